@@ -1,0 +1,26 @@
+# The compile and link options that every target of the project shares.
+add_library(pinpad_options INTERFACE)
+
+target_compile_options(pinpad_options INTERFACE
+    -Wall -Wextra -Wpedantic -Wconversion -Wshadow
+    $<$<BOOL:${PINPAD_WERROR}>:-Werror>)
+
+# _FORTIFY_SOURCE needs optimisation, and the sanitizers replace what it checks.
+if(PINPAD_SANITIZE STREQUAL "")
+    target_compile_options(pinpad_options INTERFACE
+        -fstack-protector-strong -fstack-clash-protection
+        $<$<NOT:$<CONFIG:Debug>>:-U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2>)
+    if(CMAKE_SYSTEM_PROCESSOR MATCHES "x86_64|AMD64")
+        target_compile_options(pinpad_options INTERFACE -fcf-protection)
+    endif()
+    target_link_options(pinpad_options INTERFACE -Wl,-z,relro,-z,now,-z,noexecstack)
+else()
+    target_compile_options(pinpad_options INTERFACE
+        -fsanitize=${PINPAD_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
+    target_link_options(pinpad_options INTERFACE -fsanitize=${PINPAD_SANITIZE})
+endif()
+
+if(PINPAD_COVERAGE)
+    target_compile_options(pinpad_options INTERFACE --coverage -O0)
+    target_link_options(pinpad_options INTERFACE --coverage)
+endif()

@@ -1,0 +1,163 @@
+#include "core/exception.h"
+
+#include "core/memory.h"
+#include "core/string.h"
+
+#include <atomic>
+#include <csignal>
+#include <cstdarg>
+#include <cstdio>
+#include <cstdlib>
+
+struct PclExceptionFrame {
+    PclExceptionFrame *prev;
+    PclExceptionFrame *next;
+};
+
+namespace {
+
+// Ends with its thread, so that a host which starts many threads does not gather frames.
+struct ThreadState {
+    PclException record{PCL_RESULT_OK, {}};
+    PclExceptionFrame *current = nullptr;
+    PclExceptionFrame *root = nullptr;
+
+    ThreadState() = default;
+    ThreadState(const ThreadState &) = delete;
+    ThreadState &operator=(const ThreadState &) = delete;
+    ~ThreadState() {
+        while (root != nullptr) {
+            PclExceptionFrame *next = root->next;
+            pcl_free(root);
+            root = next;
+        }
+    }
+};
+
+thread_local ThreadState state;
+std::atomic<PclUncaughtHandler> uncaughtHandler{nullptr};
+
+[[noreturn]] void abortLoudly() {
+    // The text must reach a pipe or a file too: abort does not flush.
+    std::fflush(stdout);
+    std::raise(SIGABRT);
+    std::abort();
+}
+
+[[noreturn]] void defaultHandler(std::int32_t code, const char *message) {
+    if (message == nullptr) {
+        std::printf("Uncaught error: %i\n", code);
+    } else {
+        std::printf("Uncaught error: %i (%s)\n", code, message);
+    }
+    abortLoudly();
+}
+
+void raiseFailure(PclResult_e code, const char *message) {
+    if (code == PCL_RESULT_OK) {
+        return;
+    }
+    if (state.current != nullptr) {
+        state.record.code = code;
+        if (message == nullptr) {
+            state.record.message[0] = '\0';
+        } else if (message != state.record.message) {
+            pcl_snprintf(state.record.message, sizeof state.record.message, "%s", message);
+        }
+        throw PclUnwind{state.record};
+    }
+    if (const PclUncaughtHandler handler = uncaughtHandler.load(); handler != nullptr) {
+        handler(code, message);
+        return;
+    }
+    defaultHandler(code, message);
+}
+
+PclExceptionFrame *allocateFrame(PclExceptionFrame *prev) {
+    auto *frame = static_cast<PclExceptionFrame *>(pcl_malloc(sizeof(PclExceptionFrame), 1));
+    if (frame == nullptr) {
+        pcl_fatal_alloc_error();
+    }
+    frame->prev = prev;
+    frame->next = nullptr;
+    return frame;
+}
+
+} // namespace
+
+void pcl_fatal_alloc_error() {
+    std::printf("FATAL: MEMORY ALLOCATION ERROR\n");
+    abortLoudly();
+}
+
+void pcl_exception_throw(PclResult_e code, const char *format, ...) {
+    char text[PCL_EXCEPTION_MESSAGE_SIZE];
+    va_list arguments;
+    va_start(arguments, format);
+    pcl_vsnprintf(text, sizeof text, format, arguments);
+    va_end(arguments);
+    raiseFailure(code, text);
+}
+
+void pcl_exception_rethrow(PclResult_e code, const char *message) {
+    raiseFailure(code, message);
+}
+
+void pcl_raise(PclResult_e code, const char *format, ...) {
+    char *detail = state.record.message;
+    va_list arguments;
+    va_start(arguments, format);
+    pcl_vsnprintf(detail, sizeof state.record.message, format, arguments);
+    va_end(arguments);
+    pcl_exception_throw(code, "[%s] %s", pcl_result_to_string(code), detail);
+}
+
+void pcl_exception_try() {
+    state.record.code = PCL_RESULT_OK;
+    state.record.message[0] = '\0';
+    if (state.current == nullptr) {
+        if (state.root == nullptr) {
+            state.root = allocateFrame(nullptr);
+        }
+        state.current = state.root;
+        return;
+    }
+    if (state.current->next == nullptr) {
+        state.current->next = allocateFrame(state.current);
+    }
+    state.current = state.current->next;
+}
+
+PclExceptionFrame *pcl_exception_frame() {
+    return state.current;
+}
+
+void pcl_exception_end_try() {
+    if (state.current != nullptr) {
+        state.current = state.current->prev;
+    }
+}
+
+PclResult_e pcl_exception_code() {
+    return state.record.code;
+}
+
+const char *pcl_exception_message() {
+    return state.record.message;
+}
+
+PclException *pcl_exception_message_buffer() {
+    return &state.record;
+}
+
+void pcl_exception_set_uncaught_handler(PclUncaughtHandler handler) {
+    uncaughtHandler.store(handler);
+}
+
+std::size_t pcl_exception_pooled_frames() {
+    std::size_t count = 0;
+    for (const PclExceptionFrame *frame = state.root; frame != nullptr; frame = frame->next) {
+        ++count;
+    }
+    return count;
+}

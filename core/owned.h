@@ -1,0 +1,18 @@
+#pragma once
+
+#include "core/guard.h"
+
+#include <memory>
+
+/// Holds a handle inside a function body and releases it with its destroy operation, which takes
+/// the address of the caller's variable. A failure of the release is dropped: it must not replace
+/// the one that is on its way. Whoever wants to hear of it calls the destroy operation itself.
+template <typename T, void (*Destroy)(T **)>
+struct PclDestroyer {
+    void operator()(T *handle) const {
+        static_cast<void>(pcl_attempt([&] { Destroy(&handle); }));
+    }
+};
+
+template <typename T, void (*Destroy)(T **)>
+using PclOwned = std::unique_ptr<T, PclDestroyer<T, Destroy>>;
