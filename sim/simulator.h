@@ -1,0 +1,131 @@
+#pragma once
+
+#include "sim/journal.h"
+#include "sim/types.h"
+#include "sim/wire_log.h"
+
+#include <chrono>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace sim {
+
+struct SimulatorOptions {
+    // How many times faster than life the customer and the device's own time limits run. Delays of
+    // faults, the frame gap and the pacing are time on the line and never scaled.
+    double time_scale = 1.0;
+
+    // Moves bytes at the rate of 19200 baud, both ways.
+    bool paced = false;
+
+    // The silence within a frame after which the device gives the frame up and answers NAK.
+    std::chrono::milliseconds frame_gap{2000};
+
+    // When not empty, a symbolic link of this name follows the port, across unplug and replug.
+    std::string link;
+};
+
+// A copy of all that can be seen of the device at one moment. Texts are bytes as the host sent
+// them (Latin-1).
+struct Snapshot {
+    bool plugged = false;
+    bool open = false;           // between OPN and CLO or CLX
+    bool secure = false;         // holds a session key: the secure lamp
+    bool waiting = false;        // a command waits for the customer: the pending lamp
+    std::string pending_command; // its identifier, else empty
+
+    ScreenKind screen = ScreenKind::blank;
+    std::vector<std::string> display; // the lines as shown, without trailing blanks or empty lines
+    std::vector<std::string> shown_media; // names on the screen, in the order of display
+    std::string idle_message;             // the text left by CLO or CLX, padding removed
+    std::string idle_media;               // the media left by CLX
+
+    std::string typed;                        // digits of the capture that is going on
+    std::optional<std::string> last_captured; // of the last capture that ended with Enter
+    std::uint16_t last_prompt = 0;            // the prompt number of the last capture
+    std::string last_event;                   // the event code last reported
+
+    std::vector<MediaFile> media; // the store, in order of arrival
+    std::string loading;          // the name of the load that is under way
+    ChipSlot chip_slot = ChipSlot::empty;
+
+    std::size_t beeps = 0;
+    std::size_t commands = 0;       // good command frames taken
+    std::size_t refused_frames = 0; // frames answered with NAK of the device's own accord
+    std::size_t resends = 0;        // responses sent again because of a NAK of the host
+    std::size_t aborts = 0;         // CAN bytes taken
+    std::size_t overlaps = 0;       // commands that came while another one was waiting
+    std::size_t faults_struck = 0;
+
+    // Returns the named file of the store, or null.
+    const MediaFile *find_media(const std::string &name) const;
+};
+
+// The virtual PIN pad on a pseudo terminal of its own, run by a thread of its own. Every operation
+// may be called from any thread; none of them from a journal listener, except snapshot, wire,
+// host_bytes, commands and journal.
+class Simulator {
+public:
+    // Plugs the device in. Throws ScenarioError (sim/scenario.h) for a scenario that cannot be
+    // read, and std::system_error when no pseudo terminal is to be had.
+    explicit Simulator(const std::string &scenario = "", const SimulatorOptions &options = {});
+    ~Simulator();
+    Simulator(const Simulator &) = delete;
+    Simulator &operator=(const Simulator &) = delete;
+
+    // Returns the name that a host opens: the link when there is one, else the pseudo terminal.
+    // After a replug the pseudo terminal may have another name. Empty while unplugged.
+    std::string port() const;
+
+    // Pulls the cable: the host sees its line hang up. No effect when already unplugged.
+    void unplug();
+    // Puts the cable back, on a fresh pseudo terminal. No effect when already plugged.
+    void replug();
+
+    // Live input; each returns once the device has dealt with it. press takes digits only and
+    // throws std::invalid_argument for anything else. Keys pressed while nothing waits for them
+    // are lost, as on a real keypad.
+    void press(const std::string &digits);
+    void press_key(Key key);
+    void swipe(const Card &card);
+    void insert_card();
+    void remove_card();
+    void tap_card();
+
+    // Sends bytes to the host outside any frame, now.
+    void send_raw(const Bytes &bytes);
+
+    Snapshot snapshot() const;
+    WireLog wire() const;
+    Bytes host_bytes() const;            // every byte received from the host so far
+    std::vector<Bytes> commands() const; // plain bodies of the good command frames, in order
+    std::vector<JournalEntry> journal() const;
+
+    // Forgets the wire log, the command list and the journal; the state of the device stays.
+    void clear_logs();
+
+    // The listener is called on the simulator's thread for every entry from now on; an empty
+    // function removes it.
+    void set_listener(JournalListener listener);
+
+    // Waits until the predicate holds for the device's state. Returns whether it did in time.
+    // The predicate runs on the calling thread, after each change.
+    bool wait_for(const std::function<bool(const Snapshot &)> &predicate,
+                  std::chrono::milliseconds timeout) const;
+
+    // Waits until a command of this identifier waits for the customer (GCD, CEX).
+    bool wait_pending(const std::string &command_id,
+                      std::chrono::milliseconds timeout = std::chrono::seconds(5)) const;
+    // Waits until that many good command frames have been taken since the start.
+    bool wait_commands(std::size_t count,
+                       std::chrono::milliseconds timeout = std::chrono::seconds(5)) const;
+
+private:
+    class Impl;
+    std::unique_ptr<Impl> impl_;
+};
+
+} // namespace sim
