@@ -1,0 +1,55 @@
+#include "abecs/crypto/crypto.h"
+
+#include "abecs/crypto/math_provider.h"
+#include "core/exception.h"
+
+#include <tomcrypt.h>
+
+namespace {
+
+int sprngIndex = -1;
+int sha1Index = -1;
+int aesIndex = -1;
+
+} // namespace
+
+// The ciphers ask this file for the indices, so that it is linked, and with it the constructor,
+// wherever one of them is.
+[[gnu::constructor]] void pcl_crypto_init() {
+    pcl_math_provider_install();
+    if (register_prng(&sprng_desc) < 0) {
+        pcl_raise(PCL_RESULT_RUNTIME_ERROR, "Error registering SPRNG");
+        return;
+    }
+    if (register_hash(&sha1_desc) < 0) {
+        pcl_raise(PCL_RESULT_RUNTIME_ERROR, "Error registering SHA-1");
+        return;
+    }
+    if (register_cipher(&aes_desc) < 0) {
+        pcl_raise(PCL_RESULT_RUNTIME_ERROR, "Error registering AES");
+        return;
+    }
+    sha1Index = find_hash("sha1");
+    sprngIndex = find_prng("sprng");
+    aesIndex = find_cipher("aes");
+}
+
+int pcl_crypto_sprng_index() {
+    return sprngIndex;
+}
+
+int pcl_crypto_sha1_index() {
+    return sha1Index;
+}
+
+int pcl_crypto_aes_index() {
+    return aesIndex;
+}
+
+bool pcl_crypto_succeeded(int status) {
+    if (status == CRYPT_OK) {
+        return true;
+    }
+    pcl_raise(PCL_RESULT_CRYPT_ERROR, "%s", error_to_string(status));
+    return false;
+}
