@@ -1,0 +1,110 @@
+#include "abecs/commands/capture.h"
+
+#include "abecs/cmd_builder.h"
+#include "abecs/commands/polling.h"
+#include "abecs/link.h"
+#include "abecs/response_parser.h"
+#include "abecs/rsp_datid.h"
+#include "core/exception.h"
+#include "core/guard.h"
+
+#include <cstring>
+
+namespace {
+
+constexpr char GCD[] = "GCD";
+constexpr std::uint8_t MAX_DIGITS = 32;
+
+constexpr std::uint16_t PARAM_PROMPT = 11;
+constexpr std::uint16_t PARAM_TIMEOUT = 12;
+constexpr std::uint16_t PARAM_MIN_DIGITS = 13;
+constexpr std::uint16_t PARAM_MAX_DIGITS = 14;
+
+void addBinary(AbecsCmdBuilder *builder, std::uint16_t id, std::uint32_t value, std::size_t width) {
+    const AbecsParamPtr param(abecsParamCreate());
+    abecsParamSetId(param.get(), id);
+    abecsFieldPutBinary(param.get(), value, width);
+    abecs_cmd_builder_add_param(builder, param.get());
+}
+
+void copyTypedText(AbecsResponseParser *parser, char *out) {
+    const AbecsParamPtr param(abecsParamCreate());
+    while (abecsParserNextParam(parser, param.get()) != nullptr) {
+        if (abecsParamGetId(param.get()) == ABECS_RSP_DATID_PP_VALUE) {
+            const std::size_t length = abecsParamLength(param.get());
+            abecsFieldGetBytes(param.get(), out, length, length);
+            out[length] = '\0';
+            return;
+        }
+    }
+    pcl_raise(PCL_RESULT_PROTOCOL_ERROR, "PP_VALUE not found on response");
+}
+
+std::int32_t readAnswer(AbecsPinpad *pinpad, char *out, char *notification) {
+    const AbecsPacketPtr packet(abecsPacketCreate());
+    const AbecsResponseParserPtr parser(abecsParserCreate());
+    abecs_link_receive_response(pinpad, packet.get());
+    abecsParserParse(parser.get(), packet.get());
+    const AbecsRspStat_e status = abecsParserGetRspStat(parser.get());
+    if (status == ABECS_RSP_STAT_ST_NOTIFICATION) {
+        abecsParserGetNotification(parser.get(), notification);
+        return status;
+    }
+    abecsParserRequireRspId(parser.get(), GCD);
+    if (status == ABECS_RSP_STAT_ST_OK) {
+        copyTypedText(parser.get(), out);
+    }
+    abecs_pinpad_clear_pending(pinpad);
+    return status;
+}
+
+} // namespace
+
+void abecs_gcd_start(AbecsPinpad *pinpad, std::uint16_t promptId, std::uint8_t minDig,
+                     std::uint8_t maxDig, std::uint8_t timeoutSeconds) {
+    if (pinpad == nullptr) {
+        pcl_raise(PCL_RESULT_ILLEGAL_ARGUMENT, "'pinpad' is NULL");
+        return;
+    }
+    if (minDig > MAX_DIGITS) {
+        pcl_raise(PCL_RESULT_ILLEGAL_ARGUMENT, "Invalid value for minDig: %d (max: 32)", minDig);
+        return;
+    }
+    if (maxDig > MAX_DIGITS) {
+        pcl_raise(PCL_RESULT_ILLEGAL_ARGUMENT, "Invalid value for maxDig: %d (max: 32)", maxDig);
+        return;
+    }
+    if (minDig > maxDig) {
+        pcl_raise(PCL_RESULT_ILLEGAL_ARGUMENT, "minDig (%d) > maxDig (%d)", minDig, maxDig);
+        return;
+    }
+    pcl_guarded([&] {
+        const AbecsCmdBuilderPtr builder(abecs_cmd_builder_create());
+        abecs_cmd_builder_set_cmd_id(builder.get(), GCD);
+        addBinary(builder.get(), PARAM_PROMPT, promptId, 2);
+        addBinary(builder.get(), PARAM_MIN_DIGITS, minDig, 1);
+        addBinary(builder.get(), PARAM_MAX_DIGITS, maxDig, 1);
+        if (timeoutSeconds != 0) {
+            addBinary(builder.get(), PARAM_TIMEOUT, timeoutSeconds, 1);
+        }
+        const AbecsPacketPtr packet(abecsPacketCreate());
+        abecs_cmd_builder_build(builder.get(), packet.get());
+        abecs_link_send_command(pinpad, packet.get());
+        abecs_pinpad_set_pending(pinpad, GCD);
+    });
+}
+
+std::int32_t abecs_gcd_response(AbecsPinpad *pinpad, char *out, char *notification) {
+    if (pinpad == nullptr) {
+        pcl_raise(PCL_RESULT_ILLEGAL_ARGUMENT, "'pinpad' is NULL");
+        return ABECS_POLL_NO_ANSWER;
+    }
+    if (out == nullptr) {
+        pcl_raise(PCL_RESULT_ILLEGAL_ARGUMENT, "'out' is NULL");
+        return ABECS_POLL_NO_ANSWER;
+    }
+    return abecs_poll([&] {
+        abecs_pinpad_require_pending(pinpad, GCD);
+        return readAnswer(pinpad, out, notification);
+    });
+}

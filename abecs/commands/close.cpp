@@ -1,0 +1,85 @@
+#include "abecs/commands/close.h"
+
+#include "abecs/cmd_builder.h"
+#include "abecs/commands/response.h"
+#include "abecs/link.h"
+#include "abecs/response_parser.h"
+#include "core/exception.h"
+#include "core/guard.h"
+
+#include <cstring>
+
+namespace {
+
+constexpr std::size_t CLO_MESSAGE_SIZE = 32;
+constexpr std::size_t CLX_MESSAGE_MAX = 128;
+constexpr std::size_t MEDIA_NAME_SIZE = 8;
+
+constexpr std::uint16_t PARAM_DISPLAY_MESSAGE = 0x001B;
+constexpr std::uint16_t PARAM_MEDIA_NAME = 0x001E;
+
+bool isPresent(const char *text) {
+    return text != nullptr && text[0] != '\0';
+}
+
+void addText(AbecsCmdBuilder *builder, std::uint16_t id, const char *text, std::size_t fieldLen,
+             std::uint8_t allowCR) {
+    const AbecsParamPtr param(abecsParamCreate());
+    abecsParamSetId(param.get(), id);
+    abecsFieldPutAlphaExt(param.get(), text, fieldLen, allowCR);
+    abecs_cmd_builder_add_param(builder, param.get());
+}
+
+} // namespace
+
+AbecsRspStat_e abecs_clo(AbecsPinpad *pinpad, const char *msg) {
+    const char *text = msg == nullptr ? "" : msg;
+    const std::size_t length = std::strlen(text);
+    if (length > CLO_MESSAGE_SIZE) {
+        pcl_raise(PCL_RESULT_ILLEGAL_ARGUMENT, "'msg' it too long (maximum: %d, requested: %zu)",
+                  static_cast<int>(CLO_MESSAGE_SIZE), length);
+        return ABECS_RSP_STAT_ST_INTERR;
+    }
+    return pcl_guarded(ABECS_RSP_STAT_ST_INTERR, [&] {
+        const AbecsPacketPtr packet(abecsPacketCreate());
+        abecsFieldPutAlpha(packet.get(), "CLO", 3, 0);
+        abecsFieldPutNumber(packet.get(), CLO_MESSAGE_SIZE, 3);
+        abecsFieldPutAlphaExt(packet.get(), text, CLO_MESSAGE_SIZE, 0);
+        abecs_link_exchange(pinpad, packet.get());
+        return abecs_read_response_status(packet.get(), "CLO");
+    });
+}
+
+AbecsRspStat_e abecs_clx(AbecsPinpad *pinpad, const char *dspMsg, const char *mfName) {
+    if (pinpad == nullptr) {
+        pcl_raise(PCL_RESULT_ILLEGAL_ARGUMENT, "'pinpad' is NULL");
+        return ABECS_RSP_STAT_ST_INTERR;
+    }
+    if (dspMsg != nullptr && std::strlen(dspMsg) > CLX_MESSAGE_MAX) {
+        pcl_raise(PCL_RESULT_ILLEGAL_ARGUMENT,
+                  "'dspMsg' length (%zu)  is greater than 128 characters", std::strlen(dspMsg));
+        return ABECS_RSP_STAT_ST_INTERR;
+    }
+    if (mfName != nullptr && std::strlen(mfName) > MEDIA_NAME_SIZE) {
+        pcl_raise(PCL_RESULT_ILLEGAL_ARGUMENT, "'mfName' length (%zu) is greater than 8 characters",
+                  std::strlen(mfName));
+        return ABECS_RSP_STAT_ST_INTERR;
+    }
+    return pcl_guarded(ABECS_RSP_STAT_ST_INTERR, [&] {
+        const AbecsCmdBuilderPtr builder(abecs_cmd_builder_create());
+        abecs_cmd_builder_set_cmd_id(builder.get(), "CLX");
+        if (isPresent(mfName)) {
+            addText(builder.get(), PARAM_MEDIA_NAME, mfName, MEDIA_NAME_SIZE, 0);
+        }
+        if (isPresent(dspMsg)) {
+            addText(builder.get(), PARAM_DISPLAY_MESSAGE, dspMsg, std::strlen(dspMsg), 1);
+        }
+        const AbecsPacketPtr packet(abecsPacketCreate());
+        abecs_cmd_builder_build(builder.get(), packet.get());
+        abecs_link_exchange(pinpad, packet.get());
+        const AbecsResponseParserPtr parser(abecsParserCreate());
+        abecsParserParse(parser.get(), packet.get());
+        abecsParserRequireRspId(parser.get(), "CLX");
+        return abecsParserGetRspStat(parser.get());
+    });
+}
