@@ -1,0 +1,214 @@
+/**
+ * @file pinpad.h
+ * @brief Drives a PIN pad over a serial line.
+ *
+ * The library keeps one session with one PIN pad at a time: PP_Open creates it, PP_Close or
+ * PP_CloseExtended ends it. Commands that wait for the customer come in pairs, one function that
+ * starts them and one that polls for the answer.
+ *
+ * @section failures Failures
+ * What the PIN pad refuses comes back as the function's result. What goes wrong otherwise (a wrong
+ * argument, a line that is down, a PIN pad that keeps silent or talks nonsense) is a failure: a
+ * code and a message, handed to the handler of pcl_exception_set_uncaught_handler. Without a
+ * handler the library prints "Uncaught error: CODE (MESSAGE)" to standard output and aborts the
+ * process, so a host that wants to live on installs one first. The handler may
+ *   - return: a function with an integer result then returns #PINPAD_FAILED, and nothing more is
+ *     sent on the line;
+ *   - leave by an exception of the host's own or by longjmp: the library holds nothing by then;
+ *   - end its thread.
+ * The codes are the PINPAD_ERROR_ constants; the message begins with the code's name in brackets.
+ *
+ * @section threads Threads and signals
+ * Call the library from one thread at a time. The exceptions are PP_Abort, which a second thread
+ * may call to end a long wait, and pcl_exception_set_uncaught_handler. The handler runs on the
+ * thread whose call failed. Signals neither shorten nor lengthen a wait, and the library installs
+ * no signal handler; none of its functions may be called from one.
+ *
+ * @section texts Texts
+ * Texts are NUL-terminated. Texts for the display are single bytes 0x20..0xFF as the PIN pad's
+ * character set has them, not UTF-8.
+ */
+#ifndef PINPAD_PINPAD_H
+#define PINPAD_PINPAD_H
+
+#include <stdint.h>
+
+#if defined(_WIN32)
+#define PINPAD_CALL __stdcall
+#if defined(PINPAD_BUILDING)
+#define PINPAD_API __declspec(dllexport)
+#else
+#define PINPAD_API __declspec(dllimport)
+#endif
+#else
+#define PINPAD_CALL
+#define PINPAD_API __attribute__((visibility("default")))
+#endif
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/** @name Results
+ * Zero is success. A positive result is the status that the PIN pad answered with.
+ * @{ */
+#define PINPAD_OK 0           /**< Done. */
+#define PINPAD_NO_ANSWER (-1) /**< A poll found no answer yet: poll again. */
+#define PINPAD_NOTIFICATION                                                                        \
+    (-2) /**< A poll found a notification, a text to show while the PIN pad waits: poll again. */
+#define PINPAD_FAILED (-3) /**< A failure was raised and the handler returned. Do not poll again.  \
+                            */
+
+#define PINPAD_STATUS_INVCALL 10 /**< The PIN pad: the command cannot be used now. */
+#define PINPAD_STATUS_INVPARM 11 /**< The PIN pad: a parameter is not valid. */
+#define PINPAD_STATUS_TIMEOUT 12 /**< The PIN pad: the customer took too long. */
+#define PINPAD_STATUS_CANCEL 13  /**< The PIN pad: the customer pressed Cancel. */
+/** @} */
+
+/** @name Codes of failures
+ * @{ */
+#define PINPAD_ERROR_RUNTIME 1             /**< Something that should not happen. */
+#define PINPAD_ERROR_ILLEGAL_ARGUMENT 2    /**< The caller's argument; nothing was sent. */
+#define PINPAD_ERROR_ILLEGAL_STATE 3       /**< Another command's answer is pending, or none is. */
+#define PINPAD_ERROR_INDEX_OUT_OF_BOUNDS 4 /**< Reserved. */
+#define PINPAD_ERROR_MALLOC 5              /**< Out of memory. */
+#define PINPAD_ERROR_IO 6                  /**< The line failed, or a malformed answer came. */
+#define PINPAD_ERROR_TIMEOUT 7             /**< The PIN pad kept silent. */
+#define PINPAD_ERROR_FILE_NOT_FOUND 8      /**< There is no such port. */
+#define PINPAD_ERROR_ENCODING 9            /**< Reserved. */
+#define PINPAD_ERROR_DEVICE_BUSY 10        /**< Something else has the port open. */
+#define PINPAD_ERROR_PERMISSION_DENIED 11  /**< Reserved. */
+#define PINPAD_ERROR_PROTOCOL 12           /**< An answer that the protocol does not allow. */
+#define PINPAD_ERROR_CRYPT 13              /**< The secure channel's cryptography. */
+/** @} */
+
+/** Most digits that a capture can ask for. */
+#define PINPAD_MAX_DIGITS 32
+/** Bytes that a buffer for a notification's text must have. */
+#define PINPAD_NOTIFICATION_SIZE 33
+/** Bytes that make a buffer for the captured text safe whatever arrives; see
+ * abecsGetClearDataResponse(). */
+#define PINPAD_CLEAR_DATA_SIZE 1000
+
+/**
+ * @brief Receives the failures of the library.
+ * @param code    one of the PINPAD_ERROR_ constants
+ * @param message text such as "[PCL_RESULT_TIMEOUT_ERROR] Timeout waiting for data", at most 255
+ *                characters; may be null; valid until the handler returns
+ */
+typedef void(PINPAD_CALL *PinpadUncaughtHandler)(int32_t code, const char *message);
+
+/**
+ * @brief Sets the handler that failures go to; null restores the default, which prints the failure
+ * and aborts.
+ *
+ * There is one handler for the process. It may be set from any thread at any time.
+ */
+PINPAD_API void PINPAD_CALL pcl_exception_set_uncaught_handler(PinpadUncaughtHandler handler);
+
+/**
+ * @brief Opens a port and a session with the PIN pad on it.
+ *
+ * Takes the port for itself at 19200 baud, 8 data bits, no parity, 1 stop bit, ends whatever the
+ * PIN pad is doing, and opens the session. Takes half a second at least; a secure open also
+ * generates an RSA-2048 key pair, which takes a moment of computing.
+ *
+ * A failed open leaves the session as it was before, and the port it tried closed. A second open
+ * on another port ends the first session without telling its PIN pad; on the same port it fails
+ * with PINPAD_ERROR_DEVICE_BUSY.
+ *
+ * @param portName the port: a name such as "ttyUSB0", or a path such as "/dev/ttyUSB0"; on Windows
+ *                 a name such as "COM3"
+ * @param secure   1 sets up an encrypted channel for all commands that follow; any other value
+ *                 does not
+ * @return PINPAD_OK or the PIN pad's status; 10 also for a secure open that was answered without a
+ *         key. The session exists then too, and PP_Close ends it. PINPAD_FAILED.
+ *
+ * Failures: PINPAD_ERROR_ILLEGAL_ARGUMENT (null name), PINPAD_ERROR_DEVICE_BUSY "Port is busy: %s",
+ * PINPAD_ERROR_FILE_NOT_FOUND "No such port: %s", PINPAD_ERROR_IO "Invalid serial port: %s" and
+ * errors of the line, PINPAD_ERROR_TIMEOUT, PINPAD_ERROR_PROTOCOL, PINPAD_ERROR_CRYPT.
+ */
+PINPAD_API int32_t PINPAD_CALL PP_Open(const char *portName, uint8_t secure);
+
+/**
+ * @brief Closes the session and leaves a message on the display.
+ *
+ * Ends the secure channel, closes the port and wipes the key. When it fails, the session and the
+ * port stay open, though no longer secure once the PIN pad has acknowledged the command.
+ *
+ * @param message at most 32 characters 0x20..0xFF; null or "" clears the display
+ * @return PINPAD_OK or the PIN pad's status (the session is closed in either case); PINPAD_FAILED
+ *
+ * Failures: PINPAD_ERROR_ILLEGAL_ARGUMENT (message too long or with a control character, no
+ * session), PINPAD_ERROR_ILLEGAL_STATE (a command is pending: poll it to its end or call PP_Abort),
+ * PINPAD_ERROR_TIMEOUT, PINPAD_ERROR_PROTOCOL, PINPAD_ERROR_IO.
+ */
+PINPAD_API int32_t PINPAD_CALL PP_Close(const char *message);
+
+/**
+ * @brief Closes the session and leaves a longer message or a stored image on the display.
+ *
+ * @param dspMsg at most 128 characters 0x20..0xFF, where 0x0D breaks the line; may be null or ""
+ * @param mfName name, at most 8 characters, of a media file in the PIN pad; may be null or ""
+ * @return as PP_Close
+ *
+ * Failures: as PP_Close.
+ */
+PINPAD_API int32_t PINPAD_CALL PP_CloseExtended(const char *dspMsg, const char *mfName);
+
+/**
+ * @brief Ends whatever the PIN pad is doing, and with it a pending command.
+ *
+ * May be called from a second thread to end a wait of the first one; the call that was waiting then
+ * ends with a failure of its own or runs into its timeout, and either call may see the PIN pad's
+ * answer. Do not call PP_Open or PP_Close while an abort is running.
+ *
+ * Failures: PINPAD_ERROR_ILLEGAL_ARGUMENT "pinpad is NULL" (no session), PINPAD_ERROR_TIMEOUT (no
+ * answer within 2 s), PINPAD_ERROR_PROTOCOL, PINPAD_ERROR_IO.
+ */
+PINPAD_API void PINPAD_CALL PP_Abort(void);
+
+/**
+ * @brief Asks the PIN pad to let the customer type a number in the clear (never a PIN).
+ *
+ * Returns as soon as the PIN pad has taken the command. Until abecsGetClearDataResponse() has
+ * returned a final answer, or PP_Abort() was called, other commands fail with
+ * PINPAD_ERROR_ILLEGAL_STATE.
+ *
+ * @param promptId       number of the prompt that the PIN pad shows
+ * @param minDig         fewest digits, 0..32
+ * @param maxDig         most digits, minDig..32
+ * @param timeoutSeconds how long the PIN pad waits for the customer, in its own terms; 0 leaves it
+ *                       to the PIN pad
+ *
+ * Failures: PINPAD_ERROR_ILLEGAL_ARGUMENT (digits out of range, no session),
+ * PINPAD_ERROR_ILLEGAL_STATE, PINPAD_ERROR_TIMEOUT, PINPAD_ERROR_PROTOCOL, PINPAD_ERROR_IO.
+ */
+PINPAD_API void PINPAD_CALL abecsGetClearData(uint16_t promptId, uint8_t minDig, uint8_t maxDig,
+                                              uint8_t timeoutSeconds);
+
+/**
+ * @brief Polls for the number that the customer types.
+ *
+ * Waits up to 2 s. Call again as long as it returns PINPAD_NO_ANSWER or PINPAD_NOTIFICATION.
+ *
+ * @param out          receives the typed text and a NUL when the result is PINPAD_OK. The library
+ *                     cannot bound this copy: it is as long as what the PIN pad sends. A
+ *                     well-behaved PIN pad sends at most maxDig digits (33 bytes with the NUL);
+ *                     PINPAD_CLEAR_DATA_SIZE bytes hold whatever any PIN pad can send.
+ * @param notification receives the text of a notification, at most 32 characters and a NUL, when
+ *                     the result is PINPAD_NOTIFICATION; null when not wanted
+ * @return PINPAD_OK, the PIN pad's status (13 cancelled, 12 too late, ...), PINPAD_NO_ANSWER,
+ *         PINPAD_NOTIFICATION or PINPAD_FAILED
+ *
+ * Failures: PINPAD_ERROR_ILLEGAL_ARGUMENT (null out, no session), PINPAD_ERROR_ILLEGAL_STATE
+ * "GCD was not sent yet", PINPAD_ERROR_PROTOCOL, PINPAD_ERROR_IO. After these two the command is
+ * still pending: poll again or call PP_Abort().
+ */
+PINPAD_API int32_t PINPAD_CALL abecsGetClearDataResponse(char *out, char *notification);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif
