@@ -1,0 +1,97 @@
+#!/bin/sh
+# Installs what is missing (Debian), builds and runs every test; see usage() below.
+set -eu
+cd "$(dirname "$0")"
+
+usage() {
+    cat <<EOF
+usage: $0 [--quick | --coverage | --help]
+
+Without an option, everything: formatting, the release build with g++ and its tests, the build with
+clang and the address, undefined-behaviour and leak sanitizers and its tests, the tests of threads
+under the thread sanitizer, clang-tidy.
+
+  --quick     the release build and its tests only
+  --coverage  builds with coverage, runs the tests and prints the lines and branches reached
+EOF
+}
+
+jobs=$(nproc)
+# Most tests wait for the line, not for the processor: let the waits overlap.
+parallel_tests=$((jobs * 8))
+started=$(date +%s)
+
+step() {
+    echo
+    echo "== $* ($(($(date +%s) - started)) s)"
+}
+
+build() { # preset
+    cmake --preset "$1" >/dev/null
+    cmake --build --preset "$1" -j "$jobs"
+}
+
+run_tests() { # preset, more arguments of ctest
+    preset=$1
+    shift
+    ctest --test-dir "build/$preset" --parallel "$parallel_tests" --output-on-failure \
+        --no-tests=error "$@" >"build/$preset/ctest.log" 2>&1 || {
+        grep -v ' Passed ' "build/$preset/ctest.log" | tail -n 400
+        echo "The tests of build/$preset failed." >&2
+        exit 1
+    }
+    tail -n 4 "build/$preset/ctest.log"
+}
+
+case "${1:-}" in
+    '') mode=all ;;
+    --quick) mode=quick ;;
+    --coverage) mode=coverage ;;
+    -h | --help)
+        usage
+        exit 0
+        ;;
+    *)
+        echo "$0: unknown option $1" >&2
+        usage >&2
+        exit 2
+        ;;
+esac
+
+step 'Packages'
+scripts/install-dependencies.sh test
+
+if [ "$mode" = coverage ]; then
+    step 'Coverage build'
+    build coverage
+    find build/coverage -name '*.gcda' -delete
+    step 'Tests'
+    run_tests coverage
+    scripts/coverage.sh build/coverage
+    exit 0
+fi
+
+if [ "$mode" = all ]; then
+    step 'Formatting'
+    scripts/check-format.sh
+fi
+
+step 'Release build (g++)'
+build release
+step 'Tests of the release build'
+run_tests release
+
+if [ "$mode" = all ]; then
+    step 'Build with clang, address, undefined-behaviour and leak sanitizers'
+    build asan
+    step 'Tests under these sanitizers'
+    run_tests asan
+    step 'Build with the thread sanitizer'
+    build tsan
+    step 'Tests of threads under the thread sanitizer'
+    run_tests tsan --label-regex threads
+    step 'clang-tidy'
+    scripts/run-clang-tidy.sh build/release
+fi
+
+step 'All done'

@@ -1,0 +1,45 @@
+#!/bin/sh
+# Installs the Debian packages that a job needs and that are missing.
+#
+#   scripts/install-dependencies.sh build    to build the library and the virtual PIN pad
+#   scripts/install-dependencies.sh test     to run the tests as well
+#
+# Needs root, or sudo, only when something is missing.
+set -eu
+
+build_packages='binutils cmake g++ libboost-dev libcli11-dev libssl-dev libtomcrypt-dev
+    libtommath-dev ninja-build nlohmann-json3-dev pkg-config'
+test_packages='clang clang-format clang-tidy libclang-rt-14-dev libgmock-dev libgtest-dev python3'
+
+case "${1:-}" in
+    build) packages=$build_packages ;;
+    test) packages="$build_packages $test_packages" ;;
+    *)
+        echo "usage: $0 build|test" >&2
+        exit 2
+        ;;
+esac
+
+missing=''
+for package in $packages; do
+    status=$(dpkg-query -W -f '${Status}' "$package" 2>/dev/null || true)
+    [ "$status" = 'install ok installed' ] || missing="$missing $package"
+done
+if [ -z "$missing" ]; then
+    echo '== All packages needed are installed'
+    exit 0
+fi
+
+echo "== Installing:$missing"
+as_root=''
+if [ "$(id -u)" -ne 0 ]; then
+    if ! command -v sudo >/dev/null 2>&1; then
+        echo "Packages are missing and need root to install. As root, run:" >&2
+        echo "  apt-get update && apt-get install -y$missing" >&2
+        exit 1
+    fi
+    as_root=sudo
+fi
+$as_root env DEBIAN_FRONTEND=noninteractive apt-get update -q
+# shellcheck disable=SC2086 # a list of package names
+$as_root env DEBIAN_FRONTEND=noninteractive apt-get install -y -q --no-install-recommends $missing
