@@ -8,6 +8,7 @@
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 
 struct PclExceptionFrame {
     PclExceptionFrame *prev;
@@ -104,12 +105,18 @@ void pcl_exception_rethrow(PclResult_e code, const char *message) {
 }
 
 void pcl_raise(PclResult_e code, const char *format, ...) {
-    char *detail = state.record.message;
+    if (code == PCL_RESULT_OK) {
+        return;
+    }
+    // Formatted aside: an argument may point into the record.
+    char detail[PCL_EXCEPTION_MESSAGE_SIZE];
     va_list arguments;
     va_start(arguments, format);
-    pcl_vsnprintf(detail, sizeof state.record.message, format, arguments);
+    pcl_vsnprintf(detail, sizeof detail, format, arguments);
     va_end(arguments);
-    pcl_exception_throw(code, "[%s] %s", pcl_result_to_string(code), detail);
+    const char *name = pcl_result_to_string(code);
+    std::memcpy(state.record.message, detail, sizeof detail);
+    pcl_exception_throw(code, "[%s] %s", name, detail);
 }
 
 void pcl_exception_try() {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "core/guard.h"
+#include "core/memory.h"
 
 #include <memory>
 
@@ -16,3 +17,11 @@ struct PclDestroyer {
 
 template <typename T, void (*Destroy)(T **)>
 using PclOwned = std::unique_ptr<T, PclDestroyer<T, Destroy>>;
+
+struct PclBlockFree {
+    void operator()(void *block) const { pcl_free(block); }
+};
+
+/// Holds a block of pcl_malloc.
+template <typename T>
+using PclBlock = std::unique_ptr<T, PclBlockFree>;

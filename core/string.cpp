@@ -1,8 +1,12 @@
 #include "core/string.h"
 
 #include "core/exception.h"
+#include "core/list.h"
+#include "core/memory.h"
+#include "core/set.h"
 
 #include <cstdio>
+#include <cstring>
 
 char *pcl_vsnprintf(char *to, std::size_t size, const char *format, std::va_list arguments) {
     if (to == nullptr) {
@@ -26,4 +30,39 @@ char *pcl_snprintf(char *to, std::size_t size, const char *format, ...) {
     pcl_vsnprintf(to, size, format, arguments);
     va_end(arguments);
     return to;
+}
+
+std::uint32_t PCL_CALL pcl_string_hash(const void *text) {
+    std::uint32_t hash = 0;
+    if (const auto *next = static_cast<const signed char *>(text); next != nullptr) {
+        for (; *next != 0; ++next) {
+            hash = hash * 31 + static_cast<std::uint32_t>(*next);
+        }
+    }
+    return hash;
+}
+
+bool PCL_CALL pcl_string_equals(const void *left, const void *right) {
+    if (left == nullptr || right == nullptr) {
+        return left == right;
+    }
+    return std::strcmp(static_cast<const char *>(left), static_cast<const char *>(right)) == 0;
+}
+
+void *PCL_CALL pcl_string_copy(const void *text) {
+    return text == nullptr ? nullptr
+                           : pcl_memdup(text, std::strlen(static_cast<const char *>(text)) + 1);
+}
+
+void PCL_CALL pcl_string_delete(void *text) {
+    pcl_memdup_free(text);
+}
+
+PclList *pcl_string_list_create() {
+    return pcl_list_create(&pcl_string_copy, &pcl_string_delete, &pcl_string_equals);
+}
+
+PclSet *pcl_string_set_create(std::int32_t initialCapacity) {
+    return pcl_set_create(initialCapacity, &pcl_string_hash, &pcl_string_equals, &pcl_string_copy,
+                          &pcl_string_delete);
 }
