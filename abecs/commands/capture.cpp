@@ -1,6 +1,7 @@
 #include "abecs/commands/capture.h"
 
 #include "abecs/cmd_builder.h"
+#include "abecs/commands/command_params.h"
 #include "abecs/commands/polling.h"
 #include "abecs/link.h"
 #include "abecs/response_parser.h"
@@ -19,13 +20,6 @@ constexpr std::uint16_t PARAM_PROMPT = 11;
 constexpr std::uint16_t PARAM_TIMEOUT = 12;
 constexpr std::uint16_t PARAM_MIN_DIGITS = 13;
 constexpr std::uint16_t PARAM_MAX_DIGITS = 14;
-
-void addBinary(AbecsCmdBuilder *builder, std::uint16_t id, std::uint32_t value, std::size_t width) {
-    const AbecsParamPtr param(abecsParamCreate());
-    abecsParamSetId(param.get(), id);
-    abecsFieldPutBinary(param.get(), value, width);
-    abecs_cmd_builder_add_param(builder, param.get());
-}
 
 void copyTypedText(AbecsResponseParser *parser, char *out) {
     const AbecsParamPtr param(abecsParamCreate());
@@ -81,11 +75,11 @@ void abecs_gcd_start(AbecsPinpad *pinpad, std::uint16_t promptId, std::uint8_t m
     pcl_guarded([&] {
         const AbecsCmdBuilderPtr builder(abecs_cmd_builder_create());
         abecs_cmd_builder_set_cmd_id(builder.get(), GCD);
-        addBinary(builder.get(), PARAM_PROMPT, promptId, 2);
-        addBinary(builder.get(), PARAM_MIN_DIGITS, minDig, 1);
-        addBinary(builder.get(), PARAM_MAX_DIGITS, maxDig, 1);
+        abecs_add_binary_param(builder.get(), PARAM_PROMPT, promptId, 2);
+        abecs_add_binary_param(builder.get(), PARAM_MIN_DIGITS, minDig, 1);
+        abecs_add_binary_param(builder.get(), PARAM_MAX_DIGITS, maxDig, 1);
         if (timeoutSeconds != 0) {
-            addBinary(builder.get(), PARAM_TIMEOUT, timeoutSeconds, 1);
+            abecs_add_binary_param(builder.get(), PARAM_TIMEOUT, timeoutSeconds, 1);
         }
         const AbecsPacketPtr packet(abecsPacketCreate());
         abecs_cmd_builder_build(builder.get(), packet.get());

@@ -1,6 +1,8 @@
 #include "abecs/commands/close.h"
 
 #include "abecs/cmd_builder.h"
+#include "abecs/commands/command_params.h"
+#include "abecs/commands/media_name.h"
 #include "abecs/commands/response.h"
 #include "abecs/link.h"
 #include "abecs/response_parser.h"
@@ -13,21 +15,11 @@ namespace {
 
 constexpr std::size_t CLO_MESSAGE_SIZE = 32;
 constexpr std::size_t CLX_MESSAGE_MAX = 128;
-constexpr std::size_t MEDIA_NAME_SIZE = 8;
 
 constexpr std::uint16_t PARAM_DISPLAY_MESSAGE = 0x001B;
-constexpr std::uint16_t PARAM_MEDIA_NAME = 0x001E;
 
 bool isPresent(const char *text) {
     return text != nullptr && text[0] != '\0';
-}
-
-void addText(AbecsCmdBuilder *builder, std::uint16_t id, const char *text, std::size_t fieldLen,
-             std::uint8_t allowCR) {
-    const AbecsParamPtr param(abecsParamCreate());
-    abecsParamSetId(param.get(), id);
-    abecsFieldPutAlphaExt(param.get(), text, fieldLen, allowCR);
-    abecs_cmd_builder_add_param(builder, param.get());
 }
 
 } // namespace
@@ -60,7 +52,7 @@ AbecsRspStat_e abecs_clx(AbecsPinpad *pinpad, const char *dspMsg, const char *mf
                   "'dspMsg' length (%zu)  is greater than 128 characters", std::strlen(dspMsg));
         return ABECS_RSP_STAT_ST_INTERR;
     }
-    if (mfName != nullptr && std::strlen(mfName) > MEDIA_NAME_SIZE) {
+    if (mfName != nullptr && std::strlen(mfName) > ABECS_MEDIA_NAME_SIZE) {
         pcl_raise(PCL_RESULT_ILLEGAL_ARGUMENT, "'mfName' length (%zu) is greater than 8 characters",
                   std::strlen(mfName));
         return ABECS_RSP_STAT_ST_INTERR;
@@ -69,10 +61,12 @@ AbecsRspStat_e abecs_clx(AbecsPinpad *pinpad, const char *dspMsg, const char *mf
         const AbecsCmdBuilderPtr builder(abecs_cmd_builder_create());
         abecs_cmd_builder_set_cmd_id(builder.get(), "CLX");
         if (isPresent(mfName)) {
-            addText(builder.get(), PARAM_MEDIA_NAME, mfName, MEDIA_NAME_SIZE, 0);
+            abecs_add_alpha_ext_param(builder.get(), ABECS_PARAM_MEDIA_NAME, mfName,
+                                      ABECS_MEDIA_NAME_SIZE, 0);
         }
         if (isPresent(dspMsg)) {
-            addText(builder.get(), PARAM_DISPLAY_MESSAGE, dspMsg, std::strlen(dspMsg), 1);
+            abecs_add_alpha_ext_param(builder.get(), PARAM_DISPLAY_MESSAGE, dspMsg,
+                                      std::strlen(dspMsg), 1);
         }
         const AbecsPacketPtr packet(abecsPacketCreate());
         abecs_cmd_builder_build(builder.get(), packet.get());
