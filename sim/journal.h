@@ -40,6 +40,7 @@ struct JournalEntry {
     std::string field(const std::string &name) const;
 };
 
+using WireListener = std::function<void(const WireFrame &)>;
 using JournalListener = std::function<void(const JournalEntry &)>;
 
 } // namespace sim

@@ -1,0 +1,137 @@
+#include "sim/console.h"
+
+#include "sim/text.h"
+
+#include <nlohmann/json.hpp>
+
+#include <string>
+
+namespace sim {
+
+namespace {
+
+const char *direction_word(Direction direction) {
+    return direction == Direction::from_host ? "host" : "device";
+}
+
+const char *frame_word(FrameKind kind) {
+    switch (kind) {
+    case FrameKind::command:
+        return "command";
+    case FrameKind::bad_command:
+        return "bad-command";
+    case FrameKind::response:
+        return "response";
+    case FrameKind::ack:
+        return "ack";
+    case FrameKind::nak:
+        return "nak";
+    case FrameKind::can:
+        return "can";
+    case FrameKind::eot:
+        return "eot";
+    case FrameKind::noise:
+        return "noise";
+    }
+    return "";
+}
+
+// The body with everything that is not printable as \xNN.
+std::string readable(const Bytes &body) {
+    std::string text;
+    for (std::uint8_t byte : body) {
+        if (byte >= 0x20 && byte <= 0x7E)
+            text.push_back(static_cast<char>(byte));
+        else
+            text += "\\x" + to_hex({byte});
+    }
+    return text;
+}
+
+std::string quoted_field(const JournalEntry &entry, const std::string &name) {
+    return "\"" + to_utf8(entry.field(name)) + "\"";
+}
+
+std::string display_line(const JournalEntry &entry) {
+    std::string text = "display:";
+    for (const auto &[name, value] : entry.fields) {
+        if (name == "media")
+            text += " <" + to_utf8(value) + ">";
+        else if (name != "kind")
+            text += " [" + to_utf8(value) + "]";
+    }
+    return entry.field("kind") == "blank" ? "display: (blank)" : text;
+}
+
+std::string other_line(const JournalEntry &entry) {
+    std::string text = entry.kind;
+    for (const auto &[name, value] : entry.fields) {
+        if (!value.empty())
+            text += " " + name + "=" + to_utf8(value);
+    }
+    return text;
+}
+
+std::string text_line(const JournalEntry &entry) {
+    if (entry.kind == "display")
+        return display_line(entry);
+    if (entry.kind == "key")
+        return "key: " + entry.field("key");
+    if (entry.kind == "beep")
+        return "beep: " + entry.field("why");
+    if (entry.kind == "card")
+        return "card: " + entry.field("action");
+    if (entry.kind == "notify")
+        return "notify: " + quoted_field(entry, "text");
+    if (entry.kind == "captured")
+        return "captured: " + quoted_field(entry, "value");
+    return other_line(entry);
+}
+
+nlohmann::json json_entry(const JournalEntry &entry) {
+    nlohmann::json object{{"kind", entry.kind}};
+    for (const auto &[name, value] : entry.fields) {
+        const std::string text = to_utf8(value);
+        if (entry.kind == "display" && name.rfind("line", 0) == 0)
+            object["lines"].push_back(text);
+        else if (entry.kind == "display" && name == "media")
+            object["media"].push_back(text);
+        else if (entry.kind == "display" && name == "kind")
+            object["screen"] = text;
+        else
+            object[name] = text;
+    }
+    return object;
+}
+
+} // namespace
+
+void Console::entry(const JournalEntry &entry) {
+    line(style_ == Style::json ? json_entry(entry).dump() : text_line(entry));
+}
+
+void Console::frame(const WireFrame &frame) {
+    if (style_ == Style::json) {
+        const nlohmann::json object{{"kind", "frame"},
+                                    {"from", direction_word(frame.direction)},
+                                    {"frame", frame_word(frame.kind)},
+                                    {"encrypted", frame.encrypted},
+                                    {"body", to_hex(frame.body)},
+                                    {"raw", to_hex(frame.raw)}};
+        line(object.dump());
+        return;
+    }
+    std::string text = frame.direction == Direction::from_host ? "host   > " : "device > ";
+    text += frame_word(frame.kind);
+    if (frame.encrypted)
+        text += " (encrypted)";
+    text += " " + (frame.body.empty() ? to_hex(frame.raw) : readable(frame.body));
+    line(text);
+}
+
+void Console::line(const std::string &text) {
+    const std::lock_guard lock(mutex_);
+    out_ << text << std::endl;
+}
+
+} // namespace sim

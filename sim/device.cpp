@@ -1,0 +1,304 @@
+#include "sim/device.h"
+
+#include "sim/commands/commands.h"
+#include "sim/screen.h"
+#include "sim/text.h"
+
+#include <boost/asio/post.hpp>
+
+#include <algorithm>
+#include <utility>
+
+namespace sim {
+
+Device::Device(boost::asio::io_context &io, const Scenario &scenario, double time_scale,
+               AbecsLink &link, SecureChannel &channel, FaultInjector &faults, Logbook &log,
+               StateBoard &board)
+    : io_(io), scenario_(scenario), time_scale_(time_scale), link_(link), channel_(channel),
+      faults_(faults), log_(log), board_(board), media_(scenario.media) {
+    for (const ReplyRule &rule : scenario.replies)
+        replies_.push_back({rule.change, Occasions(rule.target)});
+    publish_media();
+}
+
+Device::~Device() = default;
+
+std::chrono::nanoseconds Device::scaled(std::chrono::milliseconds duration) const {
+    const std::chrono::duration<double, std::milli> shorter(static_cast<double>(duration.count()) /
+                                                            time_scale_);
+    return std::chrono::duration_cast<std::chrono::nanoseconds>(shorter);
+}
+
+void Device::take_command(const Bytes &body, bool encrypted) {
+    current_id_ = "ERR";
+    current_encrypted_ = encrypted;
+    current_reply_.reset();
+    try {
+        const Request request = read_request(body);
+        if (waiting_ != nullptr) {
+            log_.note("overlap", {{"id", board_.snapshot().pending_command}, {"by", request.id}});
+            board_.change([](Snapshot &state) { ++state.overlaps; });
+            retire_waiting();
+        }
+        execute(request, encrypted);
+    } catch (const Refusal &refusal) {
+        answer(refusal.code());
+    }
+}
+
+void Device::execute(const Request &request, bool encrypted) {
+    const Command *command = find_command(request.id);
+    current_reply_ = choose_reply(request.id);
+    if (command != nullptr)
+        current_id_ = request.id;
+    const bool was_open = open_;
+    const bool was_secure = channel_.on();
+    if (command != nullptr && command->ends_session)
+        close_session();
+    const bool skipped = current_reply_ && current_reply_->skip;
+    if (skipped) {
+        answer(status::ok);
+        return;
+    }
+    const bool opens = request.id == "OPN";
+    if (opens && encrypted)
+        throw Refusal(status::invalid_call);
+    if (scenario_.refuse_plain && was_secure && !encrypted && !opens)
+        throw Refusal(status::bad_secure_packet);
+    if (command == nullptr || (scenario_.require_open && !was_open && !opens))
+        throw Refusal(status::invalid_call);
+    command->run(*this, request);
+}
+
+void Device::take_unreadable_command() {
+    current_id_ = "ERR";
+    current_encrypted_ = channel_.on();
+    current_reply_.reset();
+    retire_waiting();
+    answer(status::bad_secure_packet);
+}
+
+void Device::take_abort() {
+    log_.note("abort", {{"id", board_.snapshot().pending_command}});
+    if (waiting_ != nullptr) {
+        retire_waiting();
+        clear_screen();
+    }
+}
+
+void Device::press_digit(char digit) {
+    log_.note("key", {{"key", std::string(1, digit)}});
+    if (waiting_ != nullptr)
+        waiting_->digit(digit);
+}
+
+void Device::press_key(Key key) {
+    log_.note("key", {{"key", key_name(key)}});
+    if (waiting_ != nullptr)
+        waiting_->key(key);
+}
+
+void Device::swipe(const Card &card) {
+    log_.note("card", {{"action", "swipe"}});
+    if (waiting_ != nullptr)
+        waiting_->swipe(card);
+}
+
+void Device::insert_card() {
+    card_event("insert", ChipSlot::card_inserted, "92");
+}
+
+void Device::remove_card() {
+    card_event("remove", ChipSlot::empty, "91");
+}
+
+void Device::tap_card() {
+    card_event("tap", board_.snapshot().chip_slot, "94");
+}
+
+void Device::card_event(const char *action, ChipSlot slot, const std::string &code) {
+    log_.note("card", {{"action", action}});
+    board_.change([slot](Snapshot &state) { state.chip_slot = slot; });
+    if (waiting_ != nullptr)
+        waiting_->card_event(code);
+}
+
+void Device::lose_power() {
+    retire_waiting();
+    close_session();
+    media_.give_up();
+    publish_media();
+    clear_screen();
+}
+
+std::optional<Fault> Device::strike_opn() {
+    auto fault = faults_.strike(FaultStage::opn);
+    if (fault) {
+        log_.note("fault",
+                  {{"stage", stage_word(FaultStage::opn)}, {"action", action_word(fault->kind)}});
+        board_.change([](Snapshot &state) { ++state.faults_struck; });
+    }
+    return fault;
+}
+
+std::optional<ReplyChange> Device::choose_reply(const std::string &id) {
+    std::optional<ReplyChange> chosen;
+    for (ArmedReply &armed : replies_) {
+        const bool strikes = armed.occasions.strike(id);
+        if (strikes && !chosen)
+            chosen = armed.change;
+    }
+    return chosen;
+}
+
+Bytes Device::changed_body(Response response) const {
+    if (!current_reply_)
+        return write_response(response);
+    const ReplyChange &change = *current_reply_;
+    if (change.body)
+        return *change.body;
+    response.id = change.id.value_or(response.id);
+    if (change.status) {
+        response.status = *change.status;
+        if (response.status != "000") {
+            response.params.clear();
+            response.rest.clear();
+        }
+    }
+    const auto omitted = [&change](const Param &param) {
+        return std::find(change.omit.begin(), change.omit.end(), param.id) != change.omit.end();
+    };
+    auto &params = response.params;
+    params.erase(std::remove_if(params.begin(), params.end(), omitted), params.end());
+    params.insert(params.end(), change.add.begin(), change.add.end());
+    Bytes body = write_response(response);
+    body.insert(body.end(), change.append.begin(), change.append.end());
+    return body;
+}
+
+void Device::answer(Response response) {
+    const Bytes body = changed_body(std::move(response));
+    const std::string text = to_text(body);
+    log_.note("response", {{"id", text.substr(0, 3)},
+                           {"status", text.size() > 3 ? text.substr(3, 3) : std::string()},
+                           {"encrypted", current_encrypted_ ? "yes" : "no"}});
+    retire_waiting();
+    link_.send(current_id_, body, current_encrypted_);
+}
+
+void Device::notify(const std::string &text) {
+    Response notification;
+    notification.id = "NTM";
+    notification.tail = to_bytes(text);
+    log_.note("notify", {{"text", text}});
+    send_body(write_response(notification));
+}
+
+void Device::send_body(const Bytes &body) {
+    link_.send(current_id_, body, current_encrypted_);
+}
+
+void Device::wait_with(std::unique_ptr<Waiting> waiting) {
+    waiting_ = std::move(waiting);
+    waiting_->start();
+    // Published last, so that whoever waits for this state finds the prompt on the screen.
+    board_.change([this](Snapshot &state) {
+        state.waiting = waiting_->for_customer();
+        state.pending_command = current_id_;
+    });
+}
+
+void Device::retire_waiting() {
+    if (waiting_ == nullptr)
+        return;
+    waiting_->stop();
+    // The command that ends is often the caller, so it goes a moment later.
+    boost::asio::post(io_, [retired = std::shared_ptr<Waiting>(std::move(waiting_))] {});
+    board_.change([](Snapshot &state) {
+        state.waiting = false;
+        state.pending_command.clear();
+        state.typed.clear();
+    });
+}
+
+void Device::open_session() {
+    const bool was_secure = channel_.on();
+    channel_.wipe();
+    open_ = true;
+    board_.change([](Snapshot &state) {
+        state.open = true;
+        state.secure = false;
+    });
+    log_.note("session", {{"state", "open"}});
+    if (was_secure)
+        log_.note("secure", {{"state", "off"}});
+}
+
+void Device::open_session(const Bytes &key) {
+    channel_.set_key(key);
+    open_ = true;
+    board_.change([](Snapshot &state) { state.open = state.secure = true; });
+    log_.note("session", {{"state", "open"}});
+    log_.note("secure", {{"state", "on"}});
+}
+
+void Device::close_session() {
+    const bool was_secure = channel_.on();
+    const bool was_open = std::exchange(open_, false);
+    channel_.wipe();
+    current_encrypted_ = false;
+    board_.change([](Snapshot &state) { state.open = state.secure = false; });
+    if (was_secure)
+        log_.note("secure", {{"state", "off"}});
+    if (was_open)
+        log_.note("session", {{"state", "closed"}});
+}
+
+void Device::show_text(ScreenKind kind, const std::string &text) {
+    set_screen(kind, lay_out(text, scenario_.columns, scenario_.rows), {});
+}
+
+void Device::show_idle_message(const std::string &text, std::size_t columns, std::size_t rows) {
+    set_screen(ScreenKind::text, lay_out(text, columns, rows), {});
+}
+
+void Device::show_media(const std::vector<std::string> &names, const std::string &text) {
+    set_screen(ScreenKind::media, lay_out(text, scenario_.columns, scenario_.rows), names);
+}
+
+void Device::clear_screen() {
+    set_screen(ScreenKind::blank, {}, {});
+}
+
+void Device::set_screen(ScreenKind kind, std::vector<std::string> lines,
+                        std::vector<std::string> media) {
+    if (lines.empty() && media.empty())
+        kind = ScreenKind::blank;
+    static constexpr const char *kind_words[] = {"blank", "text", "prompt", "media"};
+    std::vector<std::pair<std::string, std::string>> fields{
+        {"kind", kind_words[static_cast<std::size_t>(kind)]}};
+    for (std::size_t i = 0; i < lines.size(); ++i)
+        fields.emplace_back("line" + std::to_string(i + 1), lines[i]);
+    for (const std::string &name : media)
+        fields.emplace_back("media", name);
+    board_.change([&](Snapshot &state) {
+        state.screen = kind;
+        state.display = std::move(lines);
+        state.shown_media = std::move(media);
+    });
+    log_.note("display", std::move(fields));
+}
+
+void Device::beep(const std::string &why) {
+    board_.change([](Snapshot &state) { ++state.beeps; });
+    log_.note("beep", {{"why", why}});
+}
+
+void Device::publish_media() {
+    board_.change([this](Snapshot &state) {
+        state.media = media_.files();
+        state.loading = media_.loading();
+    });
+}
+
+} // namespace sim

@@ -1,0 +1,243 @@
+#include "sim/console.h"
+#include "sim/scenario.h"
+#include "sim/simulator.h"
+#include "sim/text.h"
+
+#include <CLI/CLI.hpp>
+
+#include <poll.h>
+#include <pthread.h>
+#include <signal.h>
+#include <sys/eventfd.h>
+#include <sys/signalfd.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <exception>
+#include <fstream>
+#include <iostream>
+#include <iterator>
+#include <memory>
+#include <optional>
+#include <sstream>
+#include <stdexcept>
+#include <string>
+
+namespace {
+
+struct Settings {
+    std::string scenario_file;
+    sim::SimulatorOptions options;
+    bool json = false;
+    bool quiet = false;
+    bool wire = false;
+    bool once = false;
+    bool type = false;
+};
+
+std::string read_file(const std::string &path) {
+    std::ifstream in(path, std::ios::binary);
+    if (!in)
+        throw std::runtime_error("cannot read the scenario '" + path + "'");
+    return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+}
+
+// Termination requests as something that can be polled. Blocks the signals for this thread and
+// those started after it.
+class TerminationSignals {
+public:
+    TerminationSignals() {
+        sigset_t set;
+        sigemptyset(&set);
+        sigaddset(&set, SIGINT);
+        sigaddset(&set, SIGTERM);
+        pthread_sigmask(SIG_BLOCK, &set, nullptr);
+        fd_ = signalfd(-1, &set, SFD_CLOEXEC);
+        if (fd_ < 0)
+            throw std::runtime_error("cannot watch for signals");
+    }
+    ~TerminationSignals() { ::close(fd_); }
+    TerminationSignals(const TerminationSignals &) = delete;
+    TerminationSignals &operator=(const TerminationSignals &) = delete;
+    int fd() const { return fd_; }
+
+private:
+    int fd_;
+};
+
+// A flag that one thread sets and another polls for.
+class Flag {
+public:
+    Flag() : fd_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
+        if (fd_ < 0)
+            throw std::runtime_error("cannot make an event descriptor");
+    }
+    ~Flag() { ::close(fd_); }
+    Flag(const Flag &) = delete;
+    Flag &operator=(const Flag &) = delete;
+    void raise() { eventfd_write(fd_, 1); }
+    int fd() const { return fd_; }
+
+private:
+    int fd_;
+};
+
+// Does what the lines typed at the terminal say.
+class Typist {
+public:
+    Typist(sim::Simulator &simulator, std::map<std::string, sim::Card> cards)
+        : simulator_(simulator), cards_(std::move(cards)) {}
+
+    // Reads what there is. Returns whether there may be more to come.
+    bool read_input() {
+        std::array<char, 512> buffer{};
+        const ssize_t count = ::read(STDIN_FILENO, buffer.data(), buffer.size());
+        if (count <= 0)
+            return false;
+        for (char c : std::string(buffer.data(), static_cast<std::size_t>(count))) {
+            if (c == '\n')
+                obey(std::exchange(line_, {}));
+            else
+                line_.push_back(c);
+        }
+        return true;
+    }
+
+private:
+    void obey(const std::string &line) {
+        std::istringstream words(line);
+        std::string word;
+        while (words >> word) {
+            if (word == "swipe") {
+                words >> word;
+                swipe(word);
+            } else if (!press(word) && !handle(word)) {
+                std::cerr << "not understood: " << word << std::endl;
+            }
+        }
+    }
+
+    void swipe(const std::string &name) {
+        const auto found = cards_.find(name);
+        if (found == cards_.end())
+            std::cerr << "no such card: " << name << std::endl;
+        else
+            simulator_.swipe(found->second);
+    }
+
+    bool press(const std::string &word) {
+        if (word.find_first_not_of("0123456789") == std::string::npos) {
+            simulator_.press(word);
+            return true;
+        }
+        const auto key = sim::key_of_name(word);
+        if (key)
+            simulator_.press_key(*key);
+        return key.has_value();
+    }
+
+    bool handle(const std::string &word) {
+        if (word == "insert")
+            simulator_.insert_card();
+        else if (word == "remove")
+            simulator_.remove_card();
+        else if (word == "tap")
+            simulator_.tap_card();
+        else if (word == "unplug")
+            simulator_.unplug();
+        else if (word == "replug")
+            simulator_.replug();
+        else
+            return false;
+        return true;
+    }
+
+    sim::Simulator &simulator_;
+    std::map<std::string, sim::Card> cards_;
+    std::string line_;
+};
+
+bool session_was_closed(const sim::JournalEntry &entry) {
+    return entry.kind == "response" && (entry.field("id") == "CLO" || entry.field("id") == "CLX");
+}
+
+// Returns when a signal comes, or when the flag is raised.
+void serve(const TerminationSignals &signals, const Flag &finished, Typist *typist) {
+    std::array<pollfd, 3> watched{{{signals.fd(), POLLIN, 0},
+                                   {finished.fd(), POLLIN, 0},
+                                   {typist != nullptr ? STDIN_FILENO : -1, POLLIN, 0}}};
+    while (true) {
+        if (::poll(watched.data(), watched.size(), -1) < 0)
+            continue;
+        if (watched[0].revents != 0 || watched[1].revents != 0)
+            return;
+        if (watched[2].revents != 0 && !typist->read_input())
+            watched[2].fd = -1;
+    }
+}
+
+void run(const Settings &settings) {
+    const std::string text =
+        settings.scenario_file.empty() ? std::string() : read_file(settings.scenario_file);
+    const TerminationSignals signals;
+    Flag finished;
+    sim::Console console(std::cout,
+                         settings.json ? sim::Console::Style::json : sim::Console::Style::text);
+    sim::Simulator simulator(text, settings.options);
+    std::cout << simulator.port() << std::endl;
+    simulator.set_listener([&](const sim::JournalEntry &entry) {
+        if (!settings.quiet)
+            console.entry(entry);
+        if (settings.once && session_was_closed(entry))
+            finished.raise();
+    });
+    if (settings.wire)
+        simulator.set_wire_listener([&](const sim::WireFrame &frame) { console.frame(frame); });
+    std::optional<Typist> typist;
+    if (settings.type)
+        typist.emplace(simulator, sim::parse_scenario(text).cards);
+    serve(signals, finished, typist ? &*typist : nullptr);
+    if (settings.once)
+        simulator.wait_drained(std::chrono::seconds(2));
+    simulator.set_listener({});
+    simulator.set_wire_listener({});
+}
+
+} // namespace
+
+int main(int argc, char **argv) {
+    Settings settings;
+    CLI::App app{"A PIN pad without the hardware, on a pseudo terminal"};
+    app.set_version_flag("--version", std::string("pinpad-sim ") + PINPAD_SIM_VERSION);
+    app.footer("The scenario language is described in sim/README.md.");
+    app.add_option("--scenario", settings.scenario_file,
+                   "What the customer does and which faults strike");
+    app.add_option("--link", settings.options.link, "Keep a symbolic link to the port");
+    app.add_option("--time-scale", settings.options.time_scale,
+                   "Let the customer and the device's time limits run this many times faster")
+        ->check(CLI::PositiveNumber);
+    app.add_flag("--json", settings.json, "Tell what happens as JSON lines");
+    app.add_flag("--quiet", settings.quiet, "Print the port only");
+    app.add_flag("--wire", settings.wire, "Show the decoded frames as well");
+    app.add_flag("--pace", settings.options.paced, "Move bytes at the rate of 19200 baud");
+    app.add_flag("--once", settings.once, "End after CLO or CLX has been answered");
+    app.add_flag("--type", settings.type,
+                 "Read input lines even when standard input is not a terminal");
+    CLI11_PARSE(app, argc, argv);
+    settings.type = settings.type || ::isatty(STDIN_FILENO) == 1;
+    // In the background the terminal is somebody else's: reading it fails instead of stopping us.
+    ::signal(SIGTTIN, SIG_IGN);
+    ::signal(SIGPIPE, SIG_IGN);
+    try {
+        run(settings);
+    } catch (const sim::ScenarioError &error) {
+        std::cerr << settings.scenario_file << ": " << error.what() << std::endl;
+        return 1;
+    } catch (const std::exception &error) {
+        std::cerr << "pinpad-sim: " << error.what() << std::endl;
+        return 1;
+    }
+    return 0;
+}

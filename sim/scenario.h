@@ -1,0 +1,84 @@
+#pragma once
+
+#include "sim/faults.h"
+#include "sim/packet.h"
+#include "sim/types.h"
+
+#include <chrono>
+#include <map>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace sim {
+
+// A scenario that cannot be read. The message has the form "line 3: expected a key, found 'foo'".
+class ScenarioError : public std::runtime_error {
+public:
+    ScenarioError(std::size_t line, const std::string &message)
+        : std::runtime_error("line " + std::to_string(line) + ": " + message), line_(line) {}
+    std::size_t line() const { return line_; }
+
+private:
+    std::size_t line_;
+};
+
+// One thing that the customer does, after a delay.
+struct Step {
+    enum class Kind { pause, notify, raw, digit, key, timeout, live, event, swipe };
+    Kind kind = Kind::pause;
+    std::optional<std::chrono::milliseconds> delay; // the default of typing when not given
+    std::string text;                               // notification, digit or event code
+    Bytes bytes;                                    // raw body
+    Key key = Key::enter;
+    Card card;
+};
+using Script = std::vector<Step>;
+
+// The scripts of all captures, or of all event checks.
+struct ScriptBook {
+    std::map<unsigned, Script> numbered;
+    std::optional<Script> any;
+
+    // The script for the Nth occasion, counted from 1; empty when there is none.
+    Script script_for(unsigned occasion) const;
+};
+
+// What becomes of a final answer.
+struct ReplyChange {
+    std::optional<std::string> status;
+    std::optional<std::string> id;
+    std::vector<std::uint16_t> omit;
+    std::vector<Param> add;
+    Bytes append;
+    std::optional<Bytes> body;
+    bool skip = false;
+};
+
+struct ReplyRule {
+    Target target;
+    ReplyChange change;
+};
+
+struct Scenario {
+    std::size_t columns = 20;
+    std::size_t rows = 8;
+    std::map<std::uint16_t, std::string> prompts;
+    std::vector<MediaFile> media;
+    std::map<std::string, Card> cards;
+    std::optional<Bytes> session_key;
+    bool refuse_plain = false;
+    bool require_open = false;
+    std::chrono::milliseconds typing{0};
+    std::optional<std::chrono::milliseconds> replug_after;
+    ScriptBook captures;
+    ScriptBook events;
+    std::vector<ReplyRule> replies;
+    std::vector<FaultRule> faults;
+};
+
+// Reads a scenario. Throws ScenarioError at the first line that cannot be read.
+Scenario parse_scenario(const std::string &text);
+
+} // namespace sim

@@ -1,0 +1,26 @@
+#pragma once
+
+#include "sim/snapshot.h"
+
+#include <chrono>
+#include <condition_variable>
+#include <functional>
+#include <mutex>
+
+namespace sim {
+
+// The visible state of the device, to be changed by the device and seen from any thread.
+class StateBoard {
+public:
+    void change(const std::function<void(Snapshot &)> &how);
+    Snapshot snapshot() const;
+    bool wait_for(const std::function<bool(const Snapshot &)> &predicate,
+                  std::chrono::milliseconds timeout) const;
+
+private:
+    mutable std::mutex mutex_;
+    mutable std::condition_variable changed_;
+    Snapshot state_;
+};
+
+} // namespace sim
