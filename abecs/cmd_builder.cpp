@@ -1,5 +1,6 @@
 #include "abecs/cmd_builder.h"
 
+#include "abecs/wipe.h"
 #include "core/buffer.h"
 #include "core/exception.h"
 #include "core/guard.h"
@@ -50,8 +51,10 @@ void abecs_cmd_builder_destroy(AbecsCmdBuilder **builder) {
     if (builder == nullptr || *builder == nullptr) {
         return;
     }
-    pcl_buffer_destroy(&(*builder)->block1);
-    pcl_buffer_destroy(&(*builder)->block2);
+    for (PclBuffer **block : {&(*builder)->block1, &(*builder)->block2}) {
+        abecs_wipe_buffer(*block);
+        pcl_buffer_destroy(block);
+    }
     pcl_free(*builder);
     *builder = nullptr;
 }

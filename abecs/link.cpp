@@ -2,6 +2,7 @@
 
 #include "abecs/cmd_builder.h"
 #include "abecs/crc16.h"
+#include "abecs/observer.h"
 #include "abecs/secure_channel.h"
 #include "core/exception.h"
 #include "core/guard.h"
@@ -28,34 +29,80 @@ constexpr std::uint8_t FIRST_BYTE_WAIT = 100;
 constexpr std::uint8_t FIRST_BYTE_WAIT_PENDING = 20;
 constexpr std::uint8_t DRAIN_SILENCE = 5;
 
-void writeStuffed(PclSerialPort *port, std::uint8_t byte) {
+// Writes and reads the line byte by byte and keeps what passed for the observer.
+class Line {
+public:
+    explicit Line(PclSerialPort *port) : m_port(port) {}
+
+    void write(std::uint8_t byte) {
+        pcl_serial_write_byte(m_port, byte);
+        m_record.add(byte);
+    }
+    std::uint8_t read() {
+        const std::uint8_t byte = pcl_serial_read_byte(m_port);
+        m_record.add(byte);
+        return byte;
+    }
+    const AbecsWireRecord &record() const { return m_record; }
+
+private:
+    PclSerialPort *m_port;
+    AbecsWireRecord m_record;
+};
+
+void writeStuffed(Line &line, std::uint8_t byte) {
     if (byte == DC3 || byte == SYN || byte == ETB) {
-        pcl_serial_write_byte(port, DC3);
+        line.write(DC3);
         byte = static_cast<std::uint8_t>(byte + STUFFING_OFFSET);
     }
-    pcl_serial_write_byte(port, byte);
+    line.write(byte);
 }
 
-void writeFrame(PclSerialPort *port, AbecsPacket *body, bool encrypted) {
+void writeFrame(Line &line, AbecsPacket *body, bool encrypted) {
     const std::uint16_t crc = abecs_crc16(encrypted ? &DC2 : nullptr, body, &ETB);
-    pcl_serial_write_byte(port, SYN);
+    line.write(SYN);
     if (encrypted) {
-        pcl_serial_write_byte(port, DC2);
+        line.write(DC2);
     }
     while (abecsPacketAvailable(body) > 0) {
-        writeStuffed(port, abecsPacketReadByte(body));
+        writeStuffed(line, abecsPacketReadByte(body));
     }
-    pcl_serial_write_byte(port, ETB);
-    pcl_serial_write_byte(port, static_cast<std::uint8_t>(crc >> 8U));
-    pcl_serial_write_byte(port, static_cast<std::uint8_t>(crc & 0xFFU));
+    line.write(ETB);
+    line.write(static_cast<std::uint8_t>(crc >> 8U));
+    line.write(static_cast<std::uint8_t>(crc & 0xFFU));
 }
 
-void writeUntilAcknowledged(PclSerialPort *port, AbecsPacket *body, bool encrypted) {
+// Reads a byte that stands for itself, outside any frame.
+std::uint8_t readAnswer(PclSerialPort *port) {
+    std::uint8_t answer = 0;
+    const PclFailure failure = pcl_attempt([&] { answer = pcl_serial_read_byte(port); });
+    if (failure) {
+        if (failure.code == PCL_RESULT_TIMEOUT_ERROR) {
+            abecs_observe_silence(ABECS_LINK_STANDARD);
+        }
+        pcl_exception_rethrow(failure.code, failure.message);
+        return answer;
+    }
+    abecs_observe_byte(ABECS_LINK_FROM_DEVICE, ABECS_LINK_STANDARD, answer);
+    return answer;
+}
+
+void writeControl(PclSerialPort *port, std::uint8_t byte) {
+    pcl_serial_write_byte(port, byte);
+    abecs_observe_byte(ABECS_LINK_TO_DEVICE, ABECS_LINK_STANDARD, byte);
+}
+
+void writeUntilAcknowledged(PclSerialPort *port, AbecsPacket *plain, AbecsPacket *encrypted) {
+    AbecsPacket *body = encrypted == nullptr ? plain : encrypted;
     AbecsPacketMark start;
     abecsPacketMark(body, &start);
     for (int attempt = 0; attempt < MAX_ATTEMPTS; ++attempt) {
-        writeFrame(port, body, encrypted);
-        const std::uint8_t answer = pcl_serial_read_byte(port);
+        Line line(port);
+        writeFrame(line, body, encrypted != nullptr);
+        abecsPacketRestore(body, &start);
+        abecs_observe_frame(ABECS_LINK_FRAME, ABECS_LINK_TO_DEVICE, ABECS_LINK_STANDARD,
+                            encrypted != nullptr, line.record(), plain);
+        const std::uint8_t answer = readAnswer(port);
         if (answer == ACK) {
             return;
         }
@@ -65,7 +112,6 @@ void writeUntilAcknowledged(PclSerialPort *port, AbecsPacket *body, bool encrypt
                       answer);
             return;
         }
-        abecsPacketRestore(body, &start);
     }
     pcl_raise(PCL_RESULT_PROTOCOL_ERROR, "Packet was rejected");
 }
@@ -81,56 +127,79 @@ struct FrameProgress {
 };
 
 // Reads from SYN to ETB into `out`.
-void readFrameBody(PclSerialPort *port, std::uint8_t firstByteWait, AbecsPacket *out,
+void readFrameBody(PclSerialPort *port, std::uint8_t firstByteWait, Line &line, AbecsPacket *out,
                    FrameProgress &progress) {
     pcl_serial_set_timeout(port, firstByteWait);
-    std::uint8_t byte = pcl_serial_read_byte(port);
+    std::uint8_t byte = line.read();
     if (byte != SYN) {
+        abecs_observe_byte(ABECS_LINK_FROM_DEVICE, ABECS_LINK_STANDARD, byte);
         pcl_raise(PCL_RESULT_PROTOCOL_ERROR, "Protocol error (expected SYN, read 0x%x)", byte);
         return;
     }
     progress.started = true;
     pcl_serial_set_timeout(port, BYTE_WAIT);
-    byte = pcl_serial_read_byte(port);
+    byte = line.read();
     if (byte == DC2) {
         progress.encrypted = true;
-        byte = pcl_serial_read_byte(port);
+        byte = line.read();
     }
     while (byte != ETB) {
         if (byte == DC3) {
-            byte = static_cast<std::uint8_t>(pcl_serial_read_byte(port) - STUFFING_OFFSET);
+            byte = static_cast<std::uint8_t>(line.read() - STUFFING_OFFSET);
         }
         abecsPacketWriteByte(out, byte);
-        byte = pcl_serial_read_byte(port);
+        byte = line.read();
     }
 }
 
-bool crcMatches(PclSerialPort *port, AbecsPacket *body, bool encrypted) {
-    const std::uint16_t received = pcl_serial_read_u16(port, 0);
+bool crcMatches(Line &line, AbecsPacket *body, bool encrypted) {
+    const unsigned high = line.read();
+    const unsigned received = high << 8U | line.read();
     return received == abecs_crc16(encrypted ? &DC2 : nullptr, body, &ETB);
 }
 
 void askForResend(PclSerialPort *port) {
     abecs_link_drain_input(port);
-    pcl_serial_write_byte(port, NAK);
+    writeControl(port, NAK);
+}
+
+// Decrypts the body of an intact frame when it needs it, and shows the frame to the observer
+// whatever comes of that.
+void finishFrame(AbecsPinpad *pinpad, const Line &line, AbecsPacket *body, bool encrypted) {
+    PclFailure failure;
+    if (encrypted) {
+        failure = pcl_attempt([&] { abecs_decrypt_response(pinpad, body); });
+    }
+    abecs_observe_frame(ABECS_LINK_FRAME, ABECS_LINK_FROM_DEVICE, ABECS_LINK_STANDARD, encrypted,
+                        line.record(), failure ? nullptr : body);
+    pcl_exception_rethrow(failure.code, failure.message);
 }
 
 // One attempt; false when the frame was damaged and has been asked for again.
-bool receiveFrame(PclSerialPort *port, std::uint8_t firstByteWait, AbecsPacket *out,
-                  FrameProgress &progress) {
+bool receiveFrame(AbecsPinpad *pinpad, std::uint8_t firstByteWait, AbecsPacket *out) {
+    Line line(pinpad->port);
+    FrameProgress progress;
     bool intact = false;
     const PclFailure failure = pcl_attempt([&] {
-        readFrameBody(port, firstByteWait, out, progress);
-        intact = crcMatches(port, out, progress.encrypted);
+        readFrameBody(pinpad->port, firstByteWait, line, out, progress);
+        intact = crcMatches(line, out, progress.encrypted);
     });
+    if (failure.code == PCL_RESULT_TIMEOUT_ERROR && !progress.started) {
+        abecs_observe_silence(ABECS_LINK_STANDARD);
+    } else if (!intact && progress.started) {
+        abecs_observe_frame(ABECS_LINK_DAMAGED, ABECS_LINK_FROM_DEVICE, ABECS_LINK_STANDARD,
+                            progress.encrypted, line.record(), nullptr);
+    }
     if (failure && (failure.code != PCL_RESULT_TIMEOUT_ERROR || !progress.started)) {
         pcl_exception_rethrow(failure.code, failure.message);
         return false;
     }
     if (!intact) {
-        askForResend(port);
+        askForResend(pinpad->port);
+        return false;
     }
-    return intact;
+    finishFrame(pinpad, line, out, progress.encrypted);
+    return true;
 }
 
 } // namespace
@@ -165,8 +234,7 @@ void abecs_link_send_frame(AbecsPinpad *pinpad, AbecsPacket *packet, AbecsPacket
         pcl_serial_set_timeout(pinpad->port, BYTE_WAIT);
         char cmdId[ABECS_CMD_ID_LENGTH + 1];
         abecs_packet_get_cmd_id(packet, cmdId, sizeof cmdId);
-        writeUntilAcknowledged(pinpad->port, encrypted == nullptr ? packet : encrypted,
-                               encrypted != nullptr);
+        writeUntilAcknowledged(pinpad->port, packet, encrypted);
         abecs_pinpad_mark_command_time(pinpad);
         if (endsSecureChannel(cmdId)) {
             abecs_pinpad_set_session_key(pinpad, nullptr);
@@ -184,11 +252,7 @@ AbecsPacket *abecs_link_receive_response(AbecsPinpad *pinpad, AbecsPacket *out) 
         const std::uint8_t firstByteWait = pending ? FIRST_BYTE_WAIT_PENDING : FIRST_BYTE_WAIT;
         for (int attempt = 0; attempt < MAX_ATTEMPTS; ++attempt) {
             abecsPacketClear(out);
-            FrameProgress progress;
-            if (receiveFrame(pinpad->port, firstByteWait, out, progress)) {
-                if (progress.encrypted) {
-                    abecs_decrypt_response(pinpad, out);
-                }
+            if (receiveFrame(pinpad, firstByteWait, out)) {
                 return out;
             }
         }
@@ -214,8 +278,8 @@ void abecs_link_abort(AbecsPinpad *pinpad) {
         std::uint8_t answer = 0;
         for (int attempt = 0; attempt < MAX_ATTEMPTS; ++attempt) {
             pcl_serial_set_timeout(pinpad->port, BYTE_WAIT);
-            pcl_serial_write_byte(pinpad->port, CAN);
-            answer = pcl_serial_read_byte(pinpad->port);
+            writeControl(pinpad->port, CAN);
+            answer = readAnswer(pinpad->port);
             if (answer == EOT) {
                 abecs_pinpad_clear_pending(pinpad);
                 return;
@@ -229,11 +293,13 @@ void abecs_link_abort(AbecsPinpad *pinpad) {
 void abecs_link_drain_input(PclSerialPort *port) {
     pcl_guarded([&] {
         pcl_serial_set_timeout(port, DRAIN_SILENCE);
+        Line line(port);
         const PclFailure failure = pcl_attempt([&] {
             for (;;) {
-                pcl_serial_read_byte(port);
+                line.read();
             }
         });
+        abecs_observe_discarded(ABECS_LINK_STANDARD, line.record());
         if (failure.code != PCL_RESULT_TIMEOUT_ERROR) {
             pcl_exception_rethrow(failure.code, failure.message);
         }

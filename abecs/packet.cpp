@@ -1,6 +1,7 @@
 #include "abecs/packet.h"
 
 #include "abecs/param.h"
+#include "abecs/wipe.h"
 #include "core/exception.h"
 #include "core/guard.h"
 #include "core/memory.h"
@@ -22,6 +23,8 @@ void abecsPacketDestroy(AbecsPacket **packet) {
     if (packet == nullptr || *packet == nullptr) {
         return;
     }
+    // It may have carried what a customer typed.
+    abecs_wipe_buffer((*packet)->buffer);
     pcl_buffer_destroy(&(*packet)->buffer);
     pcl_free(*packet);
     *packet = nullptr;

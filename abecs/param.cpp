@@ -1,5 +1,6 @@
 #include "abecs/param.h"
 
+#include "abecs/wipe.h"
 #include "core/buffer.h"
 #include "core/exception.h"
 #include "core/guard.h"
@@ -36,6 +37,7 @@ void abecsParamDestroy(AbecsParam **param) {
     if (param == nullptr || *param == nullptr) {
         return;
     }
+    abecs_wipe_buffer((*param)->value);
     pcl_buffer_destroy(&(*param)->value);
     pcl_free(*param);
     *param = nullptr;

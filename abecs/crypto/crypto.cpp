@@ -25,13 +25,16 @@ int aesIndex = -1;
         pcl_raise(PCL_RESULT_RUNTIME_ERROR, "Error registering SHA-1");
         return;
     }
-    if (register_cipher(&aes_desc) < 0) {
+    const int registeredCipher = register_cipher(&aes_desc);
+    if (registeredCipher < 0) {
         pcl_raise(PCL_RESULT_RUNTIME_ERROR, "Error registering AES");
         return;
     }
     sha1Index = find_hash("sha1");
     sprngIndex = find_prng("sprng");
-    aesIndex = find_cipher("aes");
+    // A host may have registered the same cipher as "rijndael"; it then counts as registered.
+    const int namedCipher = find_cipher("aes");
+    aesIndex = namedCipher >= 0 ? namedCipher : registeredCipher;
 }
 
 int pcl_crypto_sprng_index() {

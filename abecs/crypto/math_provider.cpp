@@ -25,6 +25,8 @@ void wipeAndRelease(void *number) {
 void pcl_math_provider_install() {
     if (ltc_mp.name == nullptr) {
         ltc_mp = ltm_desc;
+    }
+    if (ltc_mp.deinit == ltm_desc.deinit) {
         ltc_mp.deinit = wipeAndRelease;
     }
 }

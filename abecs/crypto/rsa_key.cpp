@@ -26,6 +26,23 @@ PclRsaKey *createKey(Make make) {
     return pcl_crypto_succeeded(status) ? holder : nullptr;
 }
 
+// Makes a public key private; releases the key on a failure. The number is given its full room
+// first: growing while it is read would leave parts of the exponent behind.
+int addPrivateExponent(rsa_key *key, const std::uint8_t *d, unsigned long szd) {
+    const int bits = static_cast<int>(std::min<unsigned long>(szd, INT_MAX / 8 - 16) * 8);
+    int status = ltc_mp.twoexpt(key->d, bits + ltc_mp.bits_per_digit);
+    if (status == CRYPT_OK) {
+        status = ltc_mp.unsigned_read(key->d, const_cast<unsigned char *>(d), szd);
+    }
+    if (status == CRYPT_OK) {
+        key->type = PK_PRIVATE;
+    } else {
+        pcl_math_wipe(key->d);
+        rsa_free(key);
+    }
+    return status;
+}
+
 std::size_t byteLength(void *number) {
     return ltc_mp.unsigned_size(number);
 }
@@ -63,8 +80,12 @@ PclRsaKey *pcl_rsa_key_import(const std::uint8_t *N, std::size_t szN, const std:
         return nullptr;
     }
     return createKey([&](rsa_key *key) {
-        return rsa_set_key(N, pcl_rsa_library_length(szN), e, pcl_rsa_library_length(sze), d,
-                           pcl_rsa_library_length(szd), key);
+        int status = rsa_set_key(N, pcl_rsa_library_length(szN), e, pcl_rsa_library_length(sze),
+                                 nullptr, 0, key);
+        if (status == CRYPT_OK && d != nullptr && szd != 0) {
+            status = addPrivateExponent(key, d, pcl_rsa_library_length(szd));
+        }
+        return status;
     });
 }
 
