@@ -52,6 +52,7 @@ public:
             m_bytes[m_length++] = byte;
         }
     }
+    void clear() { m_length = 0; }
     bool observed() const { return m_observed; }
     const std::uint8_t *data() const { return m_bytes.data(); }
     std::size_t length() const { return m_length; }
