@@ -29,8 +29,7 @@ PclRsaKey *createKey(Make make) {
 // Makes a public key private; releases the key on a failure. The number is given its full room
 // first: growing while it is read would leave parts of the exponent behind.
 int addPrivateExponent(rsa_key *key, const std::uint8_t *d, unsigned long szd) {
-    const int bits = static_cast<int>(std::min<unsigned long>(szd, INT_MAX / 8 - 16) * 8);
-    int status = ltc_mp.twoexpt(key->d, bits + ltc_mp.bits_per_digit);
+    int status = ltc_mp.twoexpt(key->d, ltc_mp.count_bits(key->N) + ltc_mp.bits_per_digit);
     if (status == CRYPT_OK) {
         status = ltc_mp.unsigned_read(key->d, const_cast<unsigned char *>(d), szd);
     }
