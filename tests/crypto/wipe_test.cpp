@@ -88,12 +88,16 @@ TEST_F(Wipe, ADestroyedAesKeyIsGone) {
     // Its end: the allocator itself overwrites the beginning of what is freed.
     const Secret secret(bytes.data() + 16, 16);
     PclAesKey *key = pcl_aes_key_create(bytes.data(), bytes.size());
+    const auto place = reinterpret_cast<std::uintptr_t>(key->key + 16);
     wipe(bytes);
+    EXPECT_TRUE(secret.standsAt(place));
     EXPECT_EQ(secret.occurrences(), 1U);
     Bytes data(64, 1);
     pcl_aes_cbc_encrypt(key, nullptr, data.data(), data.data(), data.size());
     pcl_aes_ecb_decrypt(key, data.data(), data.data(), data.size());
     pcl_aes_key_destroy(&key);
+    // First there, before anything else is put in the place.
+    EXPECT_FALSE(secret.standsAt(place));
     EXPECT_EQ(secret.occurrences(), 0U);
 }
 
