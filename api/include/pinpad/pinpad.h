@@ -56,8 +56,9 @@ extern "C" {
 #define PINPAD_NO_ANSWER (-1) /**< A poll found no answer yet: poll again. */
 #define PINPAD_NOTIFICATION                                                                        \
     (-2) /**< A poll found a notification, a text to show while the PIN pad waits: poll again. */
-#define PINPAD_FAILED (-3) /**< A failure was raised and the handler returned. Do not poll again.  \
-                            */
+#define PINPAD_FAILED                                                                              \
+    (-3) /**< A failure was raised and the handler returned. Do not poll again.                    \
+          */
 
 #define PINPAD_STATUS_INVCALL 10 /**< The PIN pad: the command cannot be used now. */
 #define PINPAD_STATUS_INVPARM 11 /**< The PIN pad: a parameter is not valid. */
@@ -206,6 +207,222 @@ PINPAD_API void PINPAD_CALL abecsGetClearData(uint16_t promptId, uint8_t minDig,
  * still pending: poll again or call PP_Abort().
  */
 PINPAD_API int32_t PINPAD_CALL abecsGetClearDataResponse(char *out, char *notification);
+
+/** @name Buffer sizes of the extension commands
+ * What any answer of the framing can bring, with the NUL; well-behaved terminals send less.
+ * @{ */
+#define PINPAD_MF_STATUS_SIZE 3     /**< For every pbStatus. */
+#define PINPAD_MF_TEXT_SIZE 2039    /**< For szSerialNumber, szData and pbConfigFlags as output. */
+#define PINPAD_SURVEY_ANSWER_SIZE 4 /**< For cResp of both surveys. */
+/** @} */
+
+/** Most characters of line text and QR code text together that fit one command; see
+ * taviskQRCode(). */
+#define PINPAD_QR_MAX_TEXT 2030
+
+/**
+ * @defgroup mifare MIFARE cards
+ * Commands for a contactless MIFARE card held at the PIN pad. Each is one complete exchange: it
+ * returns when the answer is in.
+ *
+ * Results: PINPAD_OK when an answer came, and then the terminal's verdict is in `pbStatus`, two
+ * characters and a NUL ("00" is success); PINPAD_NO_ANSWER when none came in time, the caller's
+ * buffers untouched; PINPAD_FAILED.
+ *
+ * Failures: PINPAD_ERROR_ILLEGAL_ARGUMENT (each argument is checked before anything is sent),
+ * PINPAD_ERROR_ILLEGAL_STATE (a command is pending), PINPAD_ERROR_PROTOCOL, PINPAD_ERROR_IO.
+ *
+ * Output texts are copied whole and NUL-terminated: the library does not know the size of the
+ * caller's buffers. The sizes named at each function suffice for a well-behaved terminal,
+ * PINPAD_MF_TEXT_SIZE for any answer whatever. These commands are never encrypted, not even on a
+ * secure session.
+ * @{
+ */
+
+/**
+ * @brief Activates the card and reads its serial number (MF01).
+ * @param szSerialNumber receives the serial number as hexadecimal text; "" when there is none
+ * @param pbStatus       receives the status, 3 bytes
+ */
+PINPAD_API int32_t PINPAD_CALL taviskMF_Activate(char *szSerialNumber, char *pbStatus);
+
+/**
+ * @brief Authenticates a block with one of its sector's keys (MF02).
+ * @param usBlockAddress block, 0..9999
+ * @param cType          'A' or 'B'
+ * @param szKey          the key, exactly 12 characters
+ * @param szSerialNumber the serial number from taviskMF_Activate()
+ * @param pbStatus       receives the status, 3 bytes
+ */
+PINPAD_API int32_t PINPAD_CALL taviskMF_Authenticate(uint16_t usBlockAddress, char cType,
+                                                     const char *szKey, const char *szSerialNumber,
+                                                     char *pbStatus);
+
+/**
+ * @brief Reads or writes a block (MF03).
+ * @param cOperation     'R' reads, 'W' writes
+ * @param usBlockAddress block, 0..9999
+ * @param bBlockByte     first byte within the block, 0..15
+ * @param pdwDataLen     at most 256. Reading: how many bytes are wanted, then how many came.
+ *                       Writing: checked but not sent, then how many were written
+ * @param szData         reading: receives two hexadecimal characters a byte and a NUL (513 bytes
+ * for 256 bytes of data); writing: the hexadecimal text to write, and the buffer becomes ""
+ * afterwards, so it must be writable
+ * @param pbStatus       receives the status, 3 bytes
+ */
+PINPAD_API int32_t PINPAD_CALL taviskMF_ReadWrite(char cOperation, uint16_t usBlockAddress,
+                                                  uint8_t bBlockByte, uint32_t *pdwDataLen,
+                                                  char *szData, char *pbStatus);
+
+/**
+ * @brief Works on a value block (MF04).
+ * @param usBlockOrigin      block, 0..9999
+ * @param usBlockDestination block that takes the result of '+', '-' and '=', 0..9999
+ * @param cOperation         'R' reads, 'W' writes, '+' adds, '-' subtracts, '=' copies
+ * @param iValue             operand of 'W', '+' and '-', -2147483647..2147483647
+ * @param piValueResult      receives the value in the answer, 0 when it holds none
+ * @param pbStatus           receives the status, 3 bytes
+ */
+PINPAD_API int32_t PINPAD_CALL taviskMF_ValueCommand(uint16_t usBlockOrigin,
+                                                     uint16_t usBlockDestination, char cOperation,
+                                                     int32_t iValue, int32_t *piValueResult,
+                                                     char *pbStatus);
+
+/**
+ * @brief Reads the configuration of a block (MF05).
+ * @param usBlockAddress block, 0..9999
+ * @param pbConfigFlags  receives three characters '0' or '1' and a NUL; "" when there are none
+ * @param pbStatus       receives the status, 3 bytes
+ */
+PINPAD_API int32_t PINPAD_CALL taviskMF_BlockConfigGet(uint16_t usBlockAddress, char *pbConfigFlags,
+                                                       char *pbStatus);
+
+/**
+ * @brief Sets the configuration of a block (MF05).
+ * @param usBlockAddress block, 0..9999
+ * @param szKeyA         key A of the sector, exactly 12 characters
+ * @param szKeyB         key B of the sector, exactly 12 characters
+ * @param pbConfigFlags  exactly three characters '0' or '1'
+ * @param pbStatus       receives the status, 3 bytes
+ */
+PINPAD_API int32_t PINPAD_CALL taviskMF_BlockConfigSet(uint16_t usBlockAddress, const char *szKeyA,
+                                                       const char *szKeyB,
+                                                       const char *pbConfigFlags, char *pbStatus);
+
+/**
+ * @brief Changes both keys of a sector (MF06).
+ * @param usBlockAddress block, 0..9999
+ * @param szKeyA         new key A, exactly 12 characters
+ * @param szKeyB         new key B, exactly 12 characters
+ * @param pbStatus       receives the status, 3 bytes
+ */
+PINPAD_API int32_t PINPAD_CALL taviskMF_KeyChange(uint16_t usBlockAddress, const char *szKeyA,
+                                                  const char *szKeyB, char *pbStatus);
+/** @} */
+
+/**
+ * @brief Shows a QR code with a line of text (QR01) and returns; poll with
+ * taviskQRCode_response().
+ *
+ * Until the answer has been polled, or PP_Abort() was called, other commands fail with
+ * PINPAD_ERROR_ILLEGAL_STATE.
+ *
+ * @param usTimeout  how long the terminal waits, 0..999, in its own terms; 64 bits wide
+ * @param bLineType  '0', '1' or '2'
+ * @param line       text of at most 20 characters 0x20..0xFF; null is ""
+ * @param qrCode     what the code says, characters 0x20..0xFF; null is "". It must fit one command
+ *                   together with the line: at most PINPAD_QR_MAX_TEXT characters for both, or the
+ *                   call fails with PINPAD_ERROR_IO and sends nothing
+ *
+ * Failures: PINPAD_ERROR_ILLEGAL_ARGUMENT, PINPAD_ERROR_ILLEGAL_STATE, PINPAD_ERROR_TIMEOUT,
+ * PINPAD_ERROR_PROTOCOL, PINPAD_ERROR_IO.
+ */
+PINPAD_API void PINPAD_CALL taviskQRCode(uint64_t usTimeout, char bLineType, const char *line,
+                                         const char *qrCode);
+
+/**
+ * @brief Polls for the outcome of taviskQRCode(); waits up to 1.5 s.
+ * @param result receives the terminal's result byte as it is
+ * @return PINPAD_OK, PINPAD_NO_ANSWER (poll again) or PINPAD_FAILED
+ *
+ * Failures: PINPAD_ERROR_ILLEGAL_ARGUMENT, PINPAD_ERROR_ILLEGAL_STATE "QR01 was not sent yet",
+ * PINPAD_ERROR_PROTOCOL, PINPAD_ERROR_IO; the command stays pending after the last two.
+ */
+PINPAD_API int32_t PINPAD_CALL taviskQRCode_response(uint8_t *result);
+
+/**
+ * @brief Shows a survey screen with a top and a bottom area (EX08) and returns; poll with
+ * taviskSURVEY_Get().
+ *
+ * @param usCode             code of the survey; its low 16 bits are used
+ * @param usTimeout          how long the terminal waits, 0..999, in its own terms
+ * @param bScreenStyle       4, 8 or 12
+ * @param bDisplayTopType    0, 1 or 2
+ * @param sDisplayTopData    at most 999 characters 0x20..0xFF
+ * @param bDisplayBottomType 0, 1 or 2
+ * @param sDisplayBottomData at most 999 characters 0x20..0xFF
+ *
+ * Failures: as taviskQRCode().
+ */
+PINPAD_API void PINPAD_CALL taviskSURVEY_Start(uint32_t usCode, uint16_t usTimeout,
+                                               uint8_t bScreenStyle, uint8_t bDisplayTopType,
+                                               const char *sDisplayTopData,
+                                               uint8_t bDisplayBottomType,
+                                               const char *sDisplayBottomData);
+
+/**
+ * @brief Polls for the answer to taviskSURVEY_Start(); waits up to 1.5 s.
+ * @param cResp receives one character and a NUL, 2 bytes
+ * @return PINPAD_OK, PINPAD_NO_ANSWER (poll again) or PINPAD_FAILED
+ *
+ * Failures: PINPAD_ERROR_ILLEGAL_ARGUMENT, PINPAD_ERROR_ILLEGAL_STATE "EX08 was not sent yet",
+ * PINPAD_ERROR_PROTOCOL, PINPAD_ERROR_IO; the command stays pending after the last two.
+ */
+PINPAD_API int32_t PINPAD_CALL taviskSURVEY_Get(char *cResp);
+
+/**
+ * @brief Ends the survey on the terminal and polls once for its last answer, which is dropped.
+ * @return as taviskSURVEY_Get(); after PINPAD_NO_ANSWER go on polling with taviskSURVEY_Get()
+ *
+ * Failures: as taviskSURVEY_Get(). The terminal is told even when no survey is pending.
+ */
+PINPAD_API int32_t PINPAD_CALL taviskSURVEY_Stop(void);
+
+/**
+ * @brief Shows a customer-experience survey (EX10) and returns; poll with taviskCXSurveys_Get().
+ *
+ * @param bSurveyType '0'..'3'
+ * @param bMsgType    '0'..'3'
+ * @param bScoreType  '0'..'5'
+ * @param sTimeOut    exactly 3 digits
+ * @param sTOutIdle   exactly 3 digits
+ * @param sMsgData1   text of characters 0x20..0xFF, may be "", as the four that follow; all five
+ *                    together at most 2031 characters
+ * @param sMsgData2   text
+ * @param sMsgData3   text
+ * @param sMsgData4   text
+ * @param sMsgData5   text
+ *
+ * Failures: as taviskQRCode().
+ */
+PINPAD_API void PINPAD_CALL taviskCXSurveys_Start(char bSurveyType, char bMsgType, char bScoreType,
+                                                  const char *sTimeOut, const char *sTOutIdle,
+                                                  const char *sMsgData1, const char *sMsgData2,
+                                                  const char *sMsgData3, const char *sMsgData4,
+                                                  const char *sMsgData5);
+
+/**
+ * @brief Polls for the answer to taviskCXSurveys_Start(); waits up to 1.5 s.
+ * @param cResp receives 1 or 3 characters and a NUL, 4 bytes
+ * @return as taviskSURVEY_Get()
+ */
+PINPAD_API int32_t PINPAD_CALL taviskCXSurveys_Get(char *cResp);
+
+/**
+ * @brief Ends the survey on the terminal and polls once for its last answer, which is dropped.
+ * @return as taviskSURVEY_Stop()
+ */
+PINPAD_API int32_t PINPAD_CALL taviskCXSurveys_Stop(void);
 
 #ifdef __cplusplus
 }
