@@ -106,6 +106,13 @@ nlohmann::json json_entry(const JournalEntry &entry) {
 
 } // namespace
 
+void Console::open(const std::string &port) {
+    const std::lock_guard lock(mutex_);
+    opened_ = true;
+    out_ << port << '\n' << backlog_ << std::flush;
+    backlog_.clear();
+}
+
 void Console::entry(const JournalEntry &entry) {
     line(style_ == Style::json ? json_entry(entry).dump() : text_line(entry));
 }
@@ -131,7 +138,10 @@ void Console::frame(const WireFrame &frame) {
 
 void Console::line(const std::string &text) {
     const std::lock_guard lock(mutex_);
-    out_ << text << std::endl;
+    if (opened_)
+        out_ << text << std::endl;
+    else
+        backlog_ += text + '\n';
 }
 
 } // namespace sim

@@ -4,6 +4,7 @@
 
 #include <mutex>
 #include <ostream>
+#include <string>
 
 namespace sim {
 
@@ -15,6 +16,9 @@ public:
 
     Console(std::ostream &out, Style style) : out_(out), style_(style) {}
 
+    // Prints the port. What is told before that waits for it, since the port is the first line.
+    void open(const std::string &port);
+
     void entry(const JournalEntry &entry);
     void frame(const WireFrame &frame);
 
@@ -24,6 +28,8 @@ private:
     std::ostream &out_;
     Style style_;
     std::mutex mutex_;
+    bool opened_ = false;
+    std::string backlog_;
 };
 
 } // namespace sim

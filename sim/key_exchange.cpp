@@ -94,7 +94,7 @@ LeadingByteSearch::LeadingByteSearch(std::shared_ptr<const RsaPublicKey> host_ke
       lead_(lead) {}
 
 std::optional<Bytes> LeadingByteSearch::search_slice() {
-    constexpr unsigned slice = 256;
+    constexpr unsigned slice = 16;
     constexpr std::uint8_t wanted = 0x30;
     for (unsigned i = 0; i < slice && !exhausted(); ++i) {
         ++tries_;

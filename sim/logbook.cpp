@@ -12,7 +12,8 @@ std::string JournalEntry::field(const std::string &name) const {
 
 void Logbook::add_chunk(Direction direction, const Bytes &bytes) {
     const std::lock_guard lock(mutex_);
-    wire_.chunks.push_back({direction, Clock::now(), bytes});
+    if (keep_)
+        wire_.chunks.push_back({direction, Clock::now(), bytes});
 }
 
 void Logbook::add_frame(WireFrame frame) {
@@ -20,7 +21,8 @@ void Logbook::add_frame(WireFrame frame) {
     WireListener listener;
     {
         const std::lock_guard lock(mutex_);
-        wire_.frames.push_back(frame);
+        if (keep_)
+            wire_.frames.push_back(frame);
         listener = wire_listener_;
     }
     if (listener)
@@ -32,7 +34,8 @@ void Logbook::note(std::string kind, std::vector<std::pair<std::string, std::str
     JournalListener listener;
     {
         const std::lock_guard lock(mutex_);
-        journal_.push_back(entry);
+        if (keep_)
+            journal_.push_back(entry);
         listener = listener_;
     }
     if (listener)

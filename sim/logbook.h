@@ -14,6 +14,9 @@ namespace sim {
 // Listeners are called on the thread that adds an entry, with nothing locked.
 class Logbook {
 public:
+    // Without keep only the listeners hear of what happens.
+    explicit Logbook(bool keep = true) : keep_(keep) {}
+
     void add_chunk(Direction direction, const Bytes &bytes);
     void add_frame(WireFrame frame);
     void note(std::string kind, std::vector<std::pair<std::string, std::string>> fields = {});
@@ -28,6 +31,7 @@ public:
     void set_wire_listener(WireListener listener);
 
 private:
+    const bool keep_;
     mutable std::mutex mutex_;
     WireLog wire_;
     std::vector<JournalEntry> journal_;

@@ -186,7 +186,6 @@ void run(const Settings &settings) {
     sim::Console console(std::cout,
                          settings.json ? sim::Console::Style::json : sim::Console::Style::text);
     sim::Simulator simulator(text, settings.options);
-    std::cout << simulator.port() << std::endl;
     simulator.set_listener([&](const sim::JournalEntry &entry) {
         if (!settings.quiet)
             console.entry(entry);
@@ -195,6 +194,7 @@ void run(const Settings &settings) {
     });
     if (settings.wire)
         simulator.set_wire_listener([&](const sim::WireFrame &frame) { console.frame(frame); });
+    console.open(simulator.port());
     std::optional<Typist> typist;
     if (settings.type)
         typist.emplace(simulator, sim::parse_scenario(text).cards);
@@ -225,6 +225,7 @@ int main(int argc, char **argv) {
     app.add_flag("--once", settings.once, "End after CLO or CLX has been answered");
     app.add_flag("--type", settings.type,
                  "Read input lines even when standard input is not a terminal");
+    settings.options.keep_logs = false;
     CLI11_PARSE(app, argc, argv);
     settings.type = settings.type || ::isatty(STDIN_FILENO) == 1;
     // In the background the terminal is somebody else's: reading it fails instead of stopping us.

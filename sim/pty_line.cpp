@@ -24,13 +24,14 @@ constexpr std::chrono::nanoseconds byte_time{1000000000 / 1920};
 class FileDescriptor {
 public:
     explicit FileDescriptor(int fd) : fd_(fd) {}
-    ~FileDescriptor() {
-        if (fd_ >= 0)
-            ::close(fd_);
-    }
+    ~FileDescriptor() { reset(); }
     FileDescriptor(const FileDescriptor &) = delete;
     FileDescriptor &operator=(const FileDescriptor &) = delete;
     int get() const { return fd_; }
+    void reset() {
+        if (fd_ >= 0)
+            ::close(release());
+    }
     int release() { return std::exchange(fd_, -1); }
 
 private:
@@ -100,10 +101,12 @@ void PtyLine::unplug() {
     received_.clear();
     waiting_ = false;
     ++epoch_;
-    boost::system::error_code ignored;
-    connection_->master.close(ignored);
-    connection_.reset();
+    // Whoever sees the line hang up finds everything else done.
+    const auto connection = std::exchange(connection_, nullptr);
     on_unplugged_();
+    boost::system::error_code ignored;
+    connection->master.close(ignored);
+    connection->slave.reset();
 }
 
 std::string PtyLine::path() const {

@@ -29,7 +29,8 @@ class Simulator::Impl {
 public:
     Impl(const std::string &scenario_text, const SimulatorOptions &options)
         : scenario_(parse_scenario(scenario_text)), work_(boost::asio::make_work_guard(io_)),
-          port_link_(options.link), faults_(scenario_.faults), line_(io_, log_, options.paced),
+          log_(options.keep_logs), port_link_(options.link), faults_(scenario_.faults),
+          line_(io_, log_, options.paced),
           link_(io_, line_, channel_, faults_, log_, board_, options.frame_gap),
           device_(io_, scenario_, checked_scale(options.time_scale), link_, channel_, faults_, log_,
                   board_),
@@ -56,6 +57,11 @@ public:
         auto done = task.get_future();
         boost::asio::post(io_, [&task] { task(); });
         done.get();
+    }
+
+    // Waits until the device is done with what it is doing right now.
+    void settle() {
+        run([] {});
     }
 
     void plug() {
@@ -129,6 +135,7 @@ Simulator::Simulator(const std::string &scenario, const SimulatorOptions &option
 Simulator::~Simulator() = default;
 
 std::string Simulator::port() const {
+    impl_->settle();
     return impl_->port();
 }
 
@@ -179,22 +186,27 @@ void Simulator::send_raw(const Bytes &bytes) {
 }
 
 Snapshot Simulator::snapshot() const {
+    impl_->settle();
     return impl_->board_.snapshot();
 }
 
 WireLog Simulator::wire() const {
+    impl_->settle();
     return impl_->log_.wire();
 }
 
 Bytes Simulator::host_bytes() const {
+    impl_->settle();
     return impl_->log_.host_bytes();
 }
 
 std::vector<Bytes> Simulator::commands() const {
+    impl_->settle();
     return impl_->log_.commands();
 }
 
 std::vector<JournalEntry> Simulator::journal() const {
+    impl_->settle();
     return impl_->log_.journal();
 }
 

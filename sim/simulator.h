@@ -27,6 +27,10 @@ struct SimulatorOptions {
 
     // When not empty, a symbolic link of this name follows the port, across unplug and replug.
     std::string link;
+
+    // Whether what crosses the line and what happens is kept. Without it wire, host_bytes, commands
+    // and journal stay empty, and the memory of a device that runs for days does not grow.
+    bool keep_logs = true;
 };
 
 // The virtual PIN pad on a pseudo terminal of its own, run by a thread of its own. Every operation
@@ -63,6 +67,8 @@ public:
     // Sends bytes to the host outside any frame, now.
     void send_raw(const Bytes &bytes);
 
+    // Copies of what is known now. What the device did for bytes that the host has received is in
+    // them. Do not call them with a lock held that a listener takes.
     Snapshot snapshot() const;
     WireLog wire() const;
     Bytes host_bytes() const;            // every byte received from the host so far

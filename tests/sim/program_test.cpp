@@ -1,0 +1,243 @@
+#include "tests/sim/host.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <fcntl.h>
+#include <poll.h>
+#include <signal.h>
+#include <stdlib.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <vector>
+
+namespace {
+
+using namespace sim_test;
+using testing::HasSubstr;
+using testing::StartsWith;
+
+// The pinpad-sim program, run with its standard streams in our hands.
+class Program {
+public:
+    explicit Program(std::vector<std::string> arguments) {
+        int in[2];
+        int out[2];
+        int error[2];
+        EXPECT_EQ(::pipe2(in, O_CLOEXEC), 0);
+        EXPECT_EQ(::pipe2(out, O_CLOEXEC), 0);
+        EXPECT_EQ(::pipe2(error, O_CLOEXEC), 0);
+        arguments.insert(arguments.begin(), PINPAD_SIM_PROGRAM);
+        std::vector<char *> argv;
+        for (std::string &argument : arguments)
+            argv.push_back(argument.data());
+        argv.push_back(nullptr);
+        child_ = ::fork();
+        if (child_ == 0) {
+            ::dup2(in[0], 0);
+            ::dup2(out[1], 1);
+            ::dup2(error[1], 2);
+            ::execv(argv[0], argv.data());
+            ::_exit(127);
+        }
+        for (int fd : {in[0], out[1], error[1]})
+            ::close(fd);
+        in_ = in[1];
+        out_ = out[0];
+        error_ = error[0];
+    }
+
+    ~Program() {
+        if (child_ > 0) {
+            ::kill(child_, SIGKILL);
+            ::waitpid(child_, nullptr, 0);
+        }
+        for (int fd : {in_, out_, error_})
+            ::close(fd);
+    }
+    Program(const Program &) = delete;
+    Program &operator=(const Program &) = delete;
+
+    std::string line() {
+        std::string text;
+        char c = 0;
+        while (readable(out_) && ::read(out_, &c, 1) == 1 && c != '\n')
+            text.push_back(c);
+        return text;
+    }
+
+    // The first line that begins like this; empty when the output falls silent before.
+    std::string line_starting(const std::string &start) {
+        while (true) {
+            const std::string text = line();
+            if (text.empty() || text.compare(0, start.size(), start) == 0)
+                return text;
+        }
+    }
+
+    // All that the program still writes until it ends.
+    std::string output() { return read_to_end(out_); }
+    std::string errors() { return read_to_end(error_); }
+
+    void type(const std::string &text) {
+        EXPECT_EQ(::write(in_, text.data(), text.size()), static_cast<ssize_t>(text.size()));
+    }
+
+    void signal(int number) { ::kill(child_, number); }
+
+    // The exit status; -1 when the program does not end by itself.
+    int wait() {
+        for (int i = 0; i < 500; ++i) {
+            int status = 0;
+            if (::waitpid(child_, &status, WNOHANG) == child_) {
+                child_ = 0;
+                return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+            }
+            ::usleep(10000);
+        }
+        return -1;
+    }
+
+private:
+    static bool readable(int fd) {
+        pollfd watched{fd, POLLIN, 0};
+        return ::poll(&watched, 1, 3000) == 1;
+    }
+
+    static std::string read_to_end(int fd) {
+        std::string text;
+        char c = 0;
+        while (::read(fd, &c, 1) == 1)
+            text.push_back(c);
+        return text;
+    }
+
+    pid_t child_ = 0;
+    int in_ = -1;
+    int out_ = -1;
+    int error_ = -1;
+};
+
+class ProgramTest : public testing::Test {
+protected:
+    ProgramTest() {
+        std::string pattern = (std::filesystem::temp_directory_path() / "sim-test-XXXXXX").string();
+        folder_ = ::mkdtemp(pattern.data());
+    }
+    ~ProgramTest() override { std::filesystem::remove_all(folder_); }
+
+    std::string file(const std::string &name) const { return (folder_ / name).string(); }
+
+    std::string scenario(const std::string &text) const {
+        std::ofstream(file("scenario")) << text;
+        return file("scenario");
+    }
+
+private:
+    std::filesystem::path folder_;
+};
+
+TEST_F(ProgramTest, PrintsThePortAndTellsWhatTheCustomerSees) {
+    Program program({"--scenario", scenario("capture notify \"N\" keys 7 enter")});
+    Host host(program.line());
+    ASSERT_EQ(host.ask("DEX008005HELLO"), "DEX000");
+    EXPECT_EQ(program.line_starting("display"), "display: [HELLO]");
+    ASSERT_EQ(host.send(command("GCD", record(11, "\1\1") + record(13, "\1") + record(14, "\4"))),
+              ack);
+    EXPECT_EQ(program.line_starting("display"), "display: [PROMPT 257]");
+    EXPECT_EQ(program.line_starting("notify"), "notify: \"N\"");
+    EXPECT_EQ(program.line_starting("key"), "key: 7");
+    EXPECT_EQ(program.line_starting("captured"), "captured: \"7\"");
+    program.signal(SIGTERM);
+    EXPECT_EQ(program.wait(), 0);
+}
+
+TEST_F(ProgramTest, KeepsALinkAndRemovesItAtSigint) {
+    Program program({"--quiet", "--link", file("pinpad")});
+    EXPECT_EQ(program.line(), file("pinpad"));
+    {
+        Host host(file("pinpad"));
+        EXPECT_EQ(host.ask("OPN"), "OPN000");
+    }
+    program.signal(SIGINT);
+    EXPECT_EQ(program.wait(), 0);
+    EXPECT_FALSE(std::filesystem::is_symlink(file("pinpad")));
+    EXPECT_EQ(program.line(), "");
+}
+
+TEST_F(ProgramTest, SpeaksJson) {
+    Program program({"--json", "--wire"});
+    Host host(program.line());
+    ASSERT_EQ(host.ask("DEX006003A\rB"), "DEX000");
+    EXPECT_THAT(program.line_starting("{\"body\":\"444558"), HasSubstr("\"frame\":\"command\""));
+    EXPECT_EQ(program.line_starting("{\"kind\":\"display\""),
+              R"({"kind":"display","lines":["A","B"],"screen":"text"})");
+}
+
+TEST_F(ProgramTest, ShowsFramesWhenAsked) {
+    Program program({"--wire", "--quiet"});
+    Host host(program.line());
+    ASSERT_EQ(host.ask("DEX004001\xE9"), "DEX000");
+    EXPECT_EQ(program.line(), "host   > command DEX004001\\xE9");
+    EXPECT_EQ(program.line(), "device > ack 06");
+    EXPECT_EQ(program.line(), "device > response DEX000");
+}
+
+TEST_F(ProgramTest, TakesKeysFromItsInput) {
+    Program program({"--type", "--scenario", scenario("card c track1 \"T\"")});
+    Host host(program.line());
+    ASSERT_EQ(host.send(command("GCD", record(11, "\1\1") + record(13, "\1") + record(14, "\4"))),
+              ack);
+    program.line_starting("display");
+    program.type("12 backspace 3\nenter\n");
+    EXPECT_EQ(host.answer(), "GCD000006" + record(0x804D, "13"));
+    ASSERT_EQ(host.send(command("CEX", record(6, "111100"))), ack);
+    program.line_starting("command id=CEX");
+    program.type("swipe c\n");
+    EXPECT_EQ(host.answer(), "CEX000011" + record(0x8040, "90") + record(0x8041, "T"));
+}
+
+TEST_F(ProgramTest, EndsAfterTheCloseWhenToldOnce) {
+    Program program({"--once", "--time-scale", "10"});
+    Host host(program.line());
+    ASSERT_EQ(host.ask("OPN"), "OPN000");
+    EXPECT_EQ(host.ask("CLX"), "CLX000");
+    EXPECT_EQ(program.wait(), 0);
+}
+
+TEST_F(ProgramTest, ExplainsABadScenario) {
+    const std::string path = scenario("typing 5\nnonsense\n");
+    Program program({"--scenario", path});
+    EXPECT_EQ(program.wait(), 1);
+    EXPECT_EQ(program.errors(), path + ": line 2: expected a directive, found 'nonsense'\n");
+}
+
+TEST_F(ProgramTest, ExplainsAMissingScenarioAndABadLink) {
+    Program missing({"--scenario", file("none")});
+    EXPECT_EQ(missing.wait(), 1);
+    EXPECT_THAT(missing.errors(), StartsWith("pinpad-sim: cannot read the scenario"));
+    Program linked({"--link", file("no/such/folder")});
+    EXPECT_EQ(linked.wait(), 1);
+    EXPECT_THAT(linked.errors(), StartsWith("pinpad-sim: cannot make the link"));
+}
+
+TEST_F(ProgramTest, RefusesUnknownOptions) {
+    Program program({"--nonsense"});
+    EXPECT_GT(program.wait(), 0);
+    EXPECT_THAT(program.errors(), HasSubstr("--nonsense"));
+}
+
+TEST_F(ProgramTest, ShowsVersionAndHelp) {
+    Program version({"--version"});
+    EXPECT_THAT(version.line(), StartsWith("pinpad-sim 0."));
+    EXPECT_EQ(version.wait(), 0);
+    Program help({"--help"});
+    EXPECT_THAT(help.output(), HasSubstr("described in sim/README.md"));
+    EXPECT_EQ(help.wait(), 0);
+}
+
+} // namespace
