@@ -6,7 +6,7 @@ target_compile_options(pinpad_options INTERFACE
     $<$<BOOL:${PINPAD_WERROR}>:-Werror>)
 
 # _FORTIFY_SOURCE needs optimisation, and the sanitizers replace what it checks.
-if(PINPAD_SANITIZE STREQUAL "")
+if("${PINPAD_SANITIZE}" STREQUAL "")
     target_compile_options(pinpad_options INTERFACE
         -fstack-protector-strong -fstack-clash-protection
         $<$<NOT:$<CONFIG:Debug>>:-U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2>)
