@@ -19,10 +19,12 @@ inline constexpr std::uint32_t PCL_SLOTS_NONE = std::numeric_limits<std::uint32_
 /// size cannot be expressed. To be called with a frame open.
 template <typename Entry>
 Entry **pcl_slots_create(std::uint64_t capacity) {
-    constexpr std::size_t MAX_SIZE = std::numeric_limits<std::size_t>::max();
-    const bool expressible = capacity < PCL_SLOTS_NONE && capacity <= MAX_SIZE / sizeof(Entry *);
-    const std::size_t size =
-        expressible ? static_cast<std::size_t>(capacity) * sizeof(Entry *) : MAX_SIZE;
+    constexpr std::uint64_t MOST = std::numeric_limits<std::size_t>::max() / sizeof(Entry *);
+    if (capacity >= PCL_SLOTS_NONE || capacity > MOST) {
+        pcl_raise(PCL_RESULT_MALLOC_ERROR, "%s", "");
+        return nullptr;
+    }
+    const std::size_t size = static_cast<std::size_t>(capacity) * sizeof(Entry *);
     void *slots = pcl_malloc(size, 0);
     std::memset(slots, 0, size);
     return static_cast<Entry **>(slots);

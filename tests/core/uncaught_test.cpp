@@ -1,0 +1,204 @@
+#include "core/buffer.h"
+#include "core/exception.h"
+#include "core/guard.h"
+#include "core/map.h"
+#include "core/memory.h"
+#include "tests/core/child.h"
+#include "tests/core/elements.h"
+#include "tests/support/allocations.h"
+#include "tests/support/failures.h"
+
+#include <gtest/gtest.h>
+
+#include <csetjmp>
+#include <csignal>
+#include <pthread.h>
+#include <stdexcept>
+#include <string>
+#include <thread>
+
+namespace {
+
+void expectAbort(const ChildResult &child, const std::string &output) {
+    EXPECT_TRUE(child.signalled);
+    EXPECT_EQ(child.signal, SIGABRT);
+    EXPECT_EQ(child.output, output);
+}
+
+/// Installs any handler for a scope.
+class Installed {
+public:
+    explicit Installed(PclUncaughtHandler handler) { pcl_exception_set_uncaught_handler(handler); }
+    ~Installed() { pcl_exception_set_uncaught_handler(nullptr); }
+    Installed(const Installed &) = delete;
+    Installed &operator=(const Installed &) = delete;
+};
+
+void PCL_CALL throwing(std::int32_t, const char *message) {
+    throw std::runtime_error(message);
+}
+
+std::jmp_buf jumpBack;
+
+void PCL_CALL jumping(std::int32_t code, const char *) {
+    std::longjmp(jumpBack, code);
+}
+
+void PCL_CALL leavingTheThread(std::int32_t, const char *) {
+    pthread_exit(&jumpBack);
+}
+
+void raiseUncaught() {
+    pcl_raise(PCL_RESULT_ILLEGAL_ARGUMENT, "%s is NULL", "'pinpad'");
+}
+
+// Fails after having allocated, so that something would be left behind.
+void failInTheMiddle() {
+    const FailingAllocation second(2);
+    pcl_buffer_create(16);
+}
+
+void *failOnAThread(void *) {
+    failInTheMiddle();
+    return nullptr;
+}
+
+} // namespace
+
+TEST(UncaughtByDefault, PrintsToAPipeAndAborts) {
+    expectAbort(runInChild(raiseUncaught),
+                "Uncaught error: 2 ([PCL_RESULT_ILLEGAL_ARGUMENT] 'pinpad' is NULL)\n");
+}
+
+TEST(UncaughtByDefault, PrintsToAFileAndAborts) {
+    expectAbort(runInChild(raiseUncaught, ChildOutput::File),
+                "Uncaught error: 2 ([PCL_RESULT_ILLEGAL_ARGUMENT] 'pinpad' is NULL)\n");
+}
+
+TEST(UncaughtByDefault, PrintsOnlyTheCodeWithoutAMessage) {
+    expectAbort(runInChild([] { pcl_exception_rethrow(PCL_RESULT_CRYPT_ERROR, nullptr); }),
+                "Uncaught error: 13\n");
+}
+
+TEST(UncaughtByDefault, TheCodeIsSignExtended) {
+    expectAbort(runInChild([] { pcl_exception_rethrow(static_cast<PclResult_e>(-2), "low"); }),
+                "Uncaught error: -2 (low)\n");
+}
+
+TEST(UncaughtByDefault, IsRestoredByANullHandler) {
+    expectAbort(runInChild([] {
+                    pcl_exception_set_uncaught_handler(&throwing);
+                    pcl_exception_set_uncaught_handler(nullptr);
+                    raiseUncaught();
+                }),
+                "Uncaught error: 2 ([PCL_RESULT_ILLEGAL_ARGUMENT] 'pinpad' is NULL)\n");
+}
+
+TEST(UncaughtByDefault, AFailureReleasedOnItsWayStillArrivesWhole) {
+    expectAbort(runInChild(failInTheMiddle), "Uncaught error: 5 ([PCL_RESULT_MALLOC_ERROR] )\n");
+}
+
+TEST(FatalAllocation, IsReportedWhenNoFrameCanBeMade) {
+    // A thread of its own has no frame in its pool yet.
+    expectAbort(runInChild([] {
+                    std::thread([] {
+                        const FailingAllocation first(1, FailingAllocation::Frames::AsTheyAre);
+                        pcl_exception_try();
+                    }).join();
+                }),
+                "FATAL: MEMORY ALLOCATION ERROR\n");
+}
+
+TEST(Handler, IsCalledWithCodeAndMessageAndMayReturn) {
+    const ScopedHandler handler;
+    bool carriedOn = false;
+    raiseUncaught();
+    carriedOn = true;
+    EXPECT_TRUE(carriedOn);
+    EXPECT_EQ(handler.count(), 1U);
+    EXPECT_EQ(handler.code(), 2);
+    EXPECT_EQ(handler.message(), "[PCL_RESULT_ILLEGAL_ARGUMENT] 'pinpad' is NULL");
+}
+
+TEST(Handler, MaySeeANullMessage) {
+    const ScopedHandler handler;
+    pcl_exception_rethrow(PCL_RESULT_IO_ERROR, nullptr);
+    ASSERT_EQ(handler.count(), 1U);
+    EXPECT_TRUE(handler.all()[0].messageWasNull);
+}
+
+TEST(Handler, IsNotCalledForWhatAFrameCatches) {
+    const ScopedHandler handler;
+    EXPECT_TRUE(pcl_attempt(raiseUncaught));
+    EXPECT_EQ(handler.count(), 0U);
+}
+
+TEST(Handler, IsCalledWithNoFrameOpen) {
+    static const PclExceptionFrame *seen;
+    const Installed handler([](std::int32_t, const char *) { seen = pcl_exception_frame(); });
+    pcl_exception_try();
+    seen = pcl_exception_frame();
+    ASSERT_NE(seen, nullptr);
+    pcl_exception_end_try();
+    failInTheMiddle();
+    EXPECT_EQ(seen, nullptr);
+}
+
+TEST(Handler, MayThrowAnExceptionOfItsOwn) {
+    const Installed handler(&throwing);
+    try {
+        failInTheMiddle();
+        ADD_FAILURE() << "the handler's exception did not arrive";
+    } catch (const std::runtime_error &error) {
+        EXPECT_STREQ(error.what(), "[PCL_RESULT_MALLOC_ERROR] ");
+    }
+    EXPECT_EQ(pcl_exception_frame(), nullptr);
+}
+
+TEST(Handler, MayJump) {
+    const Installed handler(&jumping);
+    // One variable the jump may not lose.
+    static int came;
+    came = setjmp(jumpBack);
+    if (came == 0) {
+        pcl_buffer_read_byte(nullptr);
+        ADD_FAILURE() << "the handler did not jump";
+    }
+    EXPECT_EQ(came, PCL_RESULT_ILLEGAL_ARGUMENT);
+    EXPECT_EQ(pcl_exception_frame(), nullptr);
+    EXPECT_FAILURE(pcl_raise(PCL_RESULT_IO_ERROR, "after"), PCL_RESULT_IO_ERROR, "after");
+}
+
+TEST(Handler, MayJumpOutOfAGuardedOperation) {
+    const Installed handler(&jumping);
+    static int came;
+    elements::counters = {};
+    PclMap *map = pcl_map_create(4, &elements::hash, &elements::equals, &elements::copy,
+                                 &elements::copy, &elements::release, &elements::release);
+    const int key = 1;
+    elements::counters.failingCopy = 2;
+    came = setjmp(jumpBack);
+    if (came == 0) {
+        pcl_map_put(map, &key, &key);
+        ADD_FAILURE() << "the handler did not jump";
+    }
+    EXPECT_EQ(came, PCL_RESULT_RUNTIME_ERROR);
+    EXPECT_EQ(pcl_exception_frame(), nullptr);
+    EXPECT_EQ(elements::counters.live(), 0);
+    pcl_map_destroy(&map);
+}
+
+TEST(Handler, MayEndTheThread) {
+    const Installed handler(&leavingTheThread);
+    pthread_t thread{};
+    ASSERT_EQ(pthread_create(&thread, nullptr, &failOnAThread, nullptr), 0);
+    void *result = nullptr;
+    ASSERT_EQ(pthread_join(thread, &result), 0);
+    EXPECT_EQ(result, static_cast<void *>(&jumpBack));
+}
+
+TEST(Handler, IsOneForTheProcess) {
+    const ScopedHandler handler;
+    std::thread([] { raiseUncaught(); }).join();
+    EXPECT_EQ(handler.count(), 1U);
+}

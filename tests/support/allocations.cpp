@@ -1,0 +1,52 @@
+#include "tests/support/allocations.h"
+
+#include "core/exception.h"
+
+namespace {
+
+constexpr int DEEPEST_NESTING = 16;
+
+void fillFramePool() {
+    for (int depth = 0; depth < DEEPEST_NESTING; ++depth) {
+        pcl_exception_try();
+    }
+    for (int depth = 0; depth < DEEPEST_NESTING; ++depth) {
+        pcl_exception_end_try();
+    }
+}
+
+struct Plan {
+    bool active = false;
+    std::size_t failing = 0;
+    std::size_t calls = 0;
+};
+
+thread_local Plan plan;
+
+} // namespace
+
+// The linker sends the program's malloc here and __real_malloc to the runtime's.
+extern "C" void *__real_malloc(std::size_t size);
+extern "C" void *__wrap_malloc(std::size_t size);
+
+extern "C" void *__wrap_malloc(std::size_t size) {
+    if (plan.active && ++plan.calls == plan.failing) {
+        return nullptr;
+    }
+    return __real_malloc(size);
+}
+
+FailingAllocation::FailingAllocation(std::size_t failing, Frames frames) {
+    if (frames == Frames::Pooled) {
+        fillFramePool();
+    }
+    plan = {true, failing, 0};
+}
+
+FailingAllocation::~FailingAllocation() {
+    plan = {};
+}
+
+std::size_t FailingAllocation::calls() const {
+    return plan.calls;
+}
