@@ -51,7 +51,7 @@ void *insert(PclMap &map, std::uint32_t slot, const void *key, const void *value
     *entry = {keyCopy.get(), valueCopy.get()};
     pcl_slots_fill(map, slot, entry.get(),
                    [&](const PclMapEntry &stored) { return map.keyHashFn(stored.key); });
-    entry.release();
+    static_cast<void>(entry.release());
     keyCopy.release();
     return valueCopy.release();
 }

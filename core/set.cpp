@@ -40,7 +40,7 @@ void *insert(PclSet &set, std::uint32_t slot, const void *item) {
     *entry = {copy.get()};
     pcl_slots_fill(set, slot, entry.get(),
                    [&](const PclSetEntry &stored) { return set.itemHashFn(stored.item); });
-    entry.release();
+    static_cast<void>(entry.release());
     return copy.release();
 }
 

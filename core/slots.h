@@ -3,6 +3,7 @@
 #include "core/memory.h"
 #include "core/owned.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -19,8 +20,9 @@ inline constexpr std::uint32_t PCL_SLOTS_NONE = std::numeric_limits<std::uint32_
 /// size cannot be expressed. To be called with a frame open.
 template <typename Entry>
 Entry **pcl_slots_create(std::uint64_t capacity) {
-    constexpr std::uint64_t MOST = std::numeric_limits<std::size_t>::max() / sizeof(Entry *);
-    if (capacity >= PCL_SLOTS_NONE || capacity > MOST) {
+    constexpr std::uint64_t MOST = std::min<std::uint64_t>(
+        PCL_SLOTS_NONE - 1, std::numeric_limits<std::size_t>::max() / sizeof(Entry *));
+    if (capacity > MOST) {
         pcl_raise(PCL_RESULT_MALLOC_ERROR, "%s", "");
         return nullptr;
     }

@@ -514,3 +514,27 @@ TEST(BufferNull, SoAreNullSourcesAndDestinations) {
                    "destination is NULL");
     EXPECT_EQ(pcl_buffer_available(ring), 1U);
 }
+
+TEST(BufferRefusal, ChangesNothingWhenTheHandlerReturns) {
+    const ScopedHandler handler;
+    const Ring ring(4);
+    write(ring, "ab");
+    const PclBufferState before = pcl_buffer_get_state(ring);
+    const std::uint8_t *storage = pcl_buffer_data(ring);
+    char bytes[4];
+
+    pcl_buffer_set_storage(ring, nullptr, 4, 1);
+    pcl_buffer_set_storage(ring, bytes, 0, 1);
+    pcl_buffer_write(ring, nullptr, 1);
+    pcl_buffer_write(ring, "xyz", 3);
+    pcl_buffer_write_u32(ring, 1, 0);
+    pcl_buffer_write_string(ring, nullptr, 1);
+    EXPECT_EQ(pcl_buffer_read_u32(ring, 0), 0U);
+    EXPECT_EQ(pcl_buffer_read_string(ring, nullptr, 4), nullptr);
+    EXPECT_EQ(handler.count(), 8U);
+    expectSameCursor(ring, before);
+    EXPECT_EQ(pcl_buffer_data(ring), storage);
+
+    EXPECT_EQ(pcl_buffer_read_string(ring, bytes, sizeof bytes), nullptr);
+    EXPECT_EQ(handler.message(), "[PCL_RESULT_IO_ERROR] Null-terminator not found");
+}

@@ -400,6 +400,11 @@ TEST_F(Map, ACountWithoutEntriesIsNoticed) {
     PclMapIterator at;
     EXPECT_FAILURE(pcl_map_iterator_begin(map_, &at), PCL_RESULT_RUNTIME_ERROR,
                    "This point should not have been reached");
+    {
+        const ScopedHandler handler;
+        EXPECT_EQ(pcl_map_iterator_begin(map_, &at), nullptr);
+        EXPECT_EQ(handler.count(), 1U);
+    }
     map_->count = 0;
 }
 

@@ -223,6 +223,9 @@ TEST_F(Set, ARemovedItemCannotBeIteratedFrom) {
     remove(1);
     EXPECT_FAILURE(pcl_set_iterator_next(&at), PCL_RESULT_ILLEGAL_ARGUMENT,
                    "'it->item' not present in 'it->set'");
+    const ScopedHandler handler;
+    EXPECT_EQ(pcl_set_iterator_next(&at), nullptr);
+    EXPECT_EQ(handler.count(), 1U);
 }
 
 TEST_F(Set, ACountWithoutItemsIsNoticed) {
@@ -230,6 +233,11 @@ TEST_F(Set, ACountWithoutItemsIsNoticed) {
     PclSetIterator at;
     EXPECT_FAILURE(pcl_set_iterator_begin(set_, &at), PCL_RESULT_RUNTIME_ERROR,
                    "This point should not have been reached");
+    {
+        const ScopedHandler handler;
+        EXPECT_EQ(pcl_set_iterator_begin(set_, &at), nullptr);
+        EXPECT_EQ(handler.count(), 1U);
+    }
     set_->count = 0;
 }
 
