@@ -31,10 +31,10 @@ Bytes random_bytes(std::size_t count) {
 
 struct RsaPublicKey::Numbers {
     struct ContextDeleter {
-        void operator()(BN_CTX *context) const { BN_CTX_free(context); }
+        void operator()(BN_CTX *freed) const { BN_CTX_free(freed); }
     };
     struct MontgomeryDeleter {
-        void operator()(BN_MONT_CTX *context) const { BN_MONT_CTX_free(context); }
+        void operator()(BN_MONT_CTX *freed) const { BN_MONT_CTX_free(freed); }
     };
     Number modulus;
     Number exponent;
