@@ -27,7 +27,7 @@ step() {
 }
 
 build() { # preset
-    cmake --preset "$1" >/dev/null
+    cmake --preset "$1" -DPINPAD_BUILD_TESTS=ON >/dev/null
     cmake --build --preset "$1" -j "$jobs"
 }
 
