@@ -51,9 +51,19 @@ void retire(SharedSession *session) {
     release(session);
 }
 
+// A session whose line is gone is of no use, and while its port is open the system keeps the
+// device's name from coming back.
+void dropDeadSession() {
+    SharedSession *session = globalSession.load();
+    if (session != nullptr && pcl_serial_is_gone(session->pinpad->port)) {
+        static_cast<void>(pcl_attempt([] { pinpad_session_drop(); }));
+    }
+}
+
 } // namespace
 
 AbecsRspStat_e pinpad_session_open(const char *portName, std::uint8_t secureFlag) {
+    dropDeadSession();
     AbecsPinpadPtr pinpad(abecs_pinpad_create(portName));
     auto created = std::make_unique<SharedSession>(pinpad.get());
     static_cast<void>(pinpad.release());

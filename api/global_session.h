@@ -11,7 +11,8 @@
 /// while it runs, so that a session which is closed meanwhile goes away with the last user.
 
 /// Creates a session on the port, makes it the global one and opens it. When the open fails, the
-/// earlier global session is put back; when it succeeds, that one is released.
+/// earlier global session is put back; when it succeeds, that one is released. An earlier session
+/// whose line is gone is released in either case.
 AbecsRspStat_e pinpad_session_open(const char *portName, std::uint8_t secureFlag);
 
 /// The global session, null when there is none.

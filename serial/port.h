@@ -48,4 +48,7 @@ struct PclPortRead {
 };
 PclPortRead pcl_port_read(PclSerialPort &port, void *buffer, std::size_t count);
 
+/// Whether the line hung up or the handle is not usable.
+bool pcl_port_is_gone(const PclSerialPort &port);
+
 int pcl_port_bytes_available(const PclSerialPort &port, std::uint32_t &available);

@@ -289,3 +289,7 @@ std::uint32_t pcl_serial_bytes_available(PclSerialPort *port) {
     }
     return available;
 }
+
+bool pcl_serial_is_gone(const PclSerialPort *port) {
+    return port == nullptr || pcl_port_is_gone(*port);
+}

@@ -148,3 +148,7 @@ char *pcl_serial_read_string(PclSerialPort *port, char *buffer, std::size_t size
 /// How many received bytes wait to be read. Raises PCL_RESULT_IO_ERROR
 /// "ClearCommError() error: %i".
 std::uint32_t pcl_serial_bytes_available(PclSerialPort *port);
+
+/// Whether the line hung up (unplugged, peer gone) or never had a usable handle. Raises nothing;
+/// true for null.
+bool pcl_serial_is_gone(const PclSerialPort *port);

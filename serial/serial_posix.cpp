@@ -7,6 +7,7 @@
 #include <utility>
 
 #include <fcntl.h>
+#include <poll.h>
 #include <sys/file.h>
 #include <sys/ioctl.h>
 #include <unistd.h>
@@ -368,4 +369,12 @@ int pcl_port_bytes_available(const PclSerialPort &port, std::uint32_t &available
     }
     available = static_cast<std::uint32_t>(count);
     return 0;
+}
+
+bool pcl_port_is_gone(const PclSerialPort &port) {
+    if (port.handle == PCL_PORT_NO_HANDLE) {
+        return true;
+    }
+    pollfd line{port.handle, 0, 0};
+    return ::poll(&line, 1, 0) > 0;
 }

@@ -116,7 +116,8 @@ PINPAD_API void PINPAD_CALL pcl_exception_set_uncaught_handler(PinpadUncaughtHan
  *
  * A failed open leaves the session as it was before, and the port it tried closed. A second open
  * on another port ends the first session without telling its PIN pad; on the same port it fails
- * with PINPAD_ERROR_DEVICE_BUSY.
+ * with PINPAD_ERROR_DEVICE_BUSY. A session whose line is gone (cable pulled) is dropped first, so
+ * that opening again is all it takes when the cable is back.
  *
  * @param portName the port: a name such as "ttyUSB0", or a path such as "/dev/ttyUSB0"; on Windows
  *                 a name such as "COM3"
