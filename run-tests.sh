@@ -59,7 +59,11 @@ case "${1:-}" in
 esac
 
 step 'Packages'
-scripts/install-dependencies.sh test
+if [ "$mode" = coverage ]; then
+    scripts/install-dependencies.sh coverage
+else
+    scripts/install-dependencies.sh test
+fi
 
 if [ "$mode" = coverage ]; then
     step 'Coverage build'

@@ -1,8 +1,9 @@
 #!/bin/sh
 # Installs the Debian packages that a job needs and that are missing.
 #
-#   scripts/install-dependencies.sh build    to build the library and the virtual PIN pad
-#   scripts/install-dependencies.sh test     to run the tests as well
+#   scripts/install-dependencies.sh build      to build the library and the virtual PIN pad
+#   scripts/install-dependencies.sh test       to run the tests as well
+#   scripts/install-dependencies.sh coverage   to measure what the tests reach as well
 #
 # Needs root, or sudo, only when something is missing.
 set -eu
@@ -14,8 +15,9 @@ test_packages='clang clang-format clang-tidy libclang-rt-14-dev libgmock-dev lib
 case "${1:-}" in
     build) packages=$build_packages ;;
     test) packages="$build_packages $test_packages" ;;
+    coverage) packages="$build_packages $test_packages gcovr" ;;
     *)
-        echo "usage: $0 build|test" >&2
+        echo "usage: $0 build|test|coverage" >&2
         exit 2
         ;;
 esac
