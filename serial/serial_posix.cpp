@@ -18,9 +18,6 @@ constexpr std::size_t PATH_SIZE = 128;
 constexpr cc_t XON = 0x11;
 constexpr cc_t XOFF = 0x13;
 
-/// How much a purge of the receive queue reads and drops at most: more than the system keeps.
-constexpr std::size_t PURGE_LIMIT = 256 * 1024;
-
 int errnoUnless(bool good) {
     return good ? 0 : errno;
 }
@@ -140,21 +137,6 @@ void waitForOutput(PclSerialPort &port) {
 std::chrono::nanoseconds readTimeout(const PclSerialPort &port) {
     return std::chrono::nanoseconds(std::chrono::milliseconds(port.timeout.load() * 100)) /
            pcl_serial_time_divisor();
-}
-
-/// The system keeps more than its queue: what did not fit into it is still on the way and would
-/// come up after a flush.
-void discardInput(int fd) {
-    std::array<char, 4096> discarded;
-    std::size_t total = 0;
-    while (total < PURGE_LIMIT) {
-        const ssize_t count = ::read(fd, discarded.data(), discarded.size());
-        if (count > 0) {
-            total += static_cast<std::size_t>(count);
-        } else if (count == 0 || errno != EINTR) {
-            return;
-        }
-    }
 }
 
 } // namespace
@@ -285,13 +267,7 @@ int pcl_port_purge(PclSerialPort &port, std::int32_t type) {
     if (type != PCL_SERIAL_PURGE_RX) {
         port.outputPending.store(false);
     }
-    if (tcflush(port.handle, QUEUES[static_cast<std::size_t>(type)]) != 0) {
-        return errno;
-    }
-    if (type != PCL_SERIAL_PURGE_TX) {
-        discardInput(port.handle);
-    }
-    return 0;
+    return errnoUnless(tcflush(port.handle, QUEUES[static_cast<std::size_t>(type)]) == 0);
 }
 
 int pcl_port_write(PclSerialPort &port, const void *data, std::size_t count) {
