@@ -95,16 +95,15 @@ std::string unprivileged(Body body) {
     return text;
 }
 
-/// Runs the body in a background job that nobody looks after any more, on the terminal it names:
+/// Runs the body in a background job that nobody looks after any more, on the open terminal:
 /// such a process may read the terminal's settings but not change them (EIO).
 template <typename Body>
-std::string orphanedOn(const char *terminal, Body body) {
+std::string orphanedOn(int terminal, Body body) {
     Pipe result;
     Pipe finished; // its writing ends are gone when the background process is
     const pid_t leader = start([&] {
         setsid();
-        const int fd = open(terminal, O_RDWR | O_CLOEXEC);
-        if (fd < 0 || ioctl(fd, TIOCSCTTY, 0) != 0) {
+        if (ioctl(terminal, TIOCSCTTY, 0) != 0) {
             result.put("no controlling terminal");
             return;
         }

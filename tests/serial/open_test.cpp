@@ -252,7 +252,8 @@ TEST(SerialOpen, RestoresTheLineSettingsOnClosing) {
 
 TEST(SerialOpen, RefusesALineThatTakesNoRawMode) {
     Pty pty;
-    EXPECT_EQ(child::orphanedOn(pty.name(),
+    const Outsider outsider(pty);
+    EXPECT_EQ(child::orphanedOn(outsider.fd(),
                                 [&] { return child::messageOf([&] { openPort(pty.name()); }); }),
               "[PCL_RESULT_IO_ERROR] SetCommTimeouts() error: " + std::to_string(EIO));
     EXPECT_NO_FAILURE(openPort(pty.name()));

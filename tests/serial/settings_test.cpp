@@ -214,7 +214,7 @@ TEST(SerialSettingsRefused, BySomeoneInTheBackground) {
     Pty pty;
     const PortPtr port = openPort(pty.name());
     const auto message = [&](auto change) {
-        return child::orphanedOn(pty.name(), [&] { return child::messageOf(change); });
+        return child::orphanedOn(port->handle, [&] { return child::messageOf(change); });
     };
     const std::string detail = "[PCL_RESULT_IO_ERROR] SetCommState() error: " + std::to_string(EIO);
     EXPECT_EQ(message([&] { pcl_serial_configure(port.get(), &SESSION_SETTINGS); }), detail);
