@@ -1,0 +1,85 @@
+#pragma once
+
+#include "abecs/cmd_builder.h"
+#include "abecs/link.h"
+#include "core/time.h"
+#include "serial/time_divisor.h"
+#include "tests/support/failures.h"
+#include "tests/support/peer.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <cstring>
+#include <memory>
+
+namespace line {
+
+using namespace std::chrono_literals;
+using peer::bytes;
+using peer::Bytes;
+using peer::Peer;
+using peer::operator+;
+
+inline constexpr std::uint32_t TIME_DIVISOR = 20; // 2 s become 100 ms, 0.5 s become 25 ms
+
+inline const Bytes ACK = {0x06};
+inline const Bytes NAK = {0x15};
+inline const Bytes SYN = {0x16};
+inline const Bytes CAN = {0x18};
+inline const Bytes EOT = {0x04};
+inline const Bytes ETB = {0x17};
+
+// "DEX003000" and its answer "DEX000".
+inline const Bytes COMMAND = SYN + bytes("DEX003000") + ETB + Bytes{0x38, 0xB6};
+inline const Bytes ANSWER = SYN + bytes("DEX000") + ETB + Bytes{0xAC, 0x2B};
+
+class Link : public testing::Test {
+protected:
+    void SetUp() override {
+        pcl_serial_set_time_divisor(TIME_DIVISOR);
+        m_peer.play([](Peer &line) {
+            line.expect(CAN);
+            line.write(EOT);
+        });
+        ASSERT_NO_FAILURE(m_pinpad.reset(abecs_pinpad_create(m_peer.port().c_str())));
+        m_peer.finish();
+        m_packet.reset(abecsPacketCreate());
+    }
+
+    AbecsPinpad *pinpad() { return m_pinpad.get(); }
+    AbecsPacket *packet() { return m_packet.get(); }
+
+    void put(const Bytes &body) {
+        abecsPacketClear(packet());
+        abecsFieldPutBytes(packet(), body.data(), body.size());
+    }
+    Bytes content() {
+        Bytes body(abecsPacketAvailable(packet()));
+        abecsFieldGetBytes(packet(), body.data(), body.size(), body.size());
+        return body;
+    }
+    void send(const char *body) {
+        put(bytes(body));
+        abecs_link_send_command(pinpad(), packet());
+    }
+
+    // After whatever came before, a plain exchange works.
+    void expectUsable() {
+        m_peer.finish();
+        m_peer.play([](Peer &line) {
+            line.expect(COMMAND);
+            line.write(ACK + ANSWER);
+        });
+        put(bytes("DEX003000"));
+        EXPECT_NO_FAILURE(abecs_link_exchange(pinpad(), packet()));
+        EXPECT_EQ(bytes("DEX000"), content());
+        m_peer.finish();
+    }
+
+    Peer m_peer;
+    AbecsPinpadPtr m_pinpad;
+    AbecsPacketPtr m_packet;
+};
+
+} // namespace line
