@@ -1,0 +1,68 @@
+#include "cli/application.h"
+
+#include "cli/command_line.h"
+#include "cli/interrupt.h"
+#include "cli/simulation.h"
+#include "cli/trace/trace.h"
+
+#include <iostream>
+
+namespace cli {
+
+namespace {
+
+// Runs the command in a session of its own.
+ExitStatus runInSession(Command &command, Context &context) {
+    try {
+        context.device.open();
+        command.run(context);
+        throwIfInterrupted();
+        context.device.close();
+        return command.exitStatus();
+    } catch (...) {
+        const std::exception_ptr problem = std::current_exception();
+        context.device.abandon();
+        return context.output.problem(problem);
+    }
+}
+
+ExitStatus runCommand(CommandLine &line, Output &output) {
+    try {
+        Settings &settings = line.settings();
+        Command &command = line.command();
+        output.setCommand(command.name());
+        std::unique_ptr<Simulation> simulation;
+        if (settings.simulate) {
+            simulation = startSimulation(settings.scenario);
+            settings.port = simulation->port();
+        }
+        const std::unique_ptr<Trace> trace = makeTrace(settings);
+        Device device(settings);
+        Context context{settings, device, output};
+        if (command.usesDevice()) {
+            return runInSession(command, context);
+        }
+        command.run(context);
+        return command.exitStatus();
+    } catch (...) {
+        return output.problem(std::current_exception());
+    }
+}
+
+} // namespace
+
+ExitStatus runApplication(int argc, const char *const *argv) {
+    watchForInterrupts();
+    CommandLine line;
+    Output output(line.settings());
+    try {
+        line.parse(argc, argv);
+    } catch (const CLI::ParseError &error) {
+        return line.report(error);
+    } catch (const UsageError &error) {
+        return output.usage(error.what());
+    }
+    return runCommand(line, output);
+}
+
+} // namespace cli

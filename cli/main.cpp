@@ -1,0 +1,13 @@
+#include "cli/application.h"
+
+#include <exception>
+#include <iostream>
+
+int main(int argc, char **argv) {
+    try {
+        return static_cast<int>(cli::runApplication(argc, argv));
+    } catch (const std::exception &error) {
+        std::cerr << "pinpad: " << error.what() << std::endl;
+        return static_cast<int>(cli::ExitStatus::Failure);
+    }
+}

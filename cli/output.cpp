@@ -1,0 +1,124 @@
+#include "cli/output.h"
+
+#include "cli/failure_text.h"
+#include "cli/status_text.h"
+
+#include <iostream>
+
+namespace cli {
+
+namespace {
+
+const char *codeName(PclResult_e code) {
+    const char *name = "";
+    static_cast<void>(pcl_attempt([&] { name = pcl_result_to_string(code); }));
+    return name;
+}
+
+ExitStatus exitFor(std::int32_t status) {
+    return status == ABECS_RSP_STAT_ST_TIMEOUT ? ExitStatus::TimedOut : ExitStatus::Refused;
+}
+
+} // namespace
+
+void Output::setPlace(std::string script, std::size_t line) {
+    m_script = std::move(script);
+    m_line = line;
+}
+
+void Output::clearPlace() {
+    m_line.reset();
+}
+
+void Output::object(const Json &fields) {
+    Json whole = Json::object();
+    if (m_line) {
+        whole["line"] = *m_line;
+    }
+    if (!m_command.empty()) {
+        whole["command"] = m_command;
+    }
+    for (const auto &[name, value] : fields.items()) {
+        whole[name] = value;
+    }
+    // What a PIN pad sends is Latin-1 turned into UTF-8; what is typed may be anything.
+    std::cout << whole.dump(-1, ' ', false, Json::error_handler_t::replace) << std::endl;
+}
+
+void Output::result(const std::string &text, const Json &fields) {
+    lines({text}, fields);
+}
+
+void Output::lines(const std::vector<std::string> &texts, const Json &fields) {
+    if (m_settings.json) {
+        Json whole{{"exit", static_cast<int>(ExitStatus::Done)}};
+        whole.update(fields);
+        object(whole);
+        return;
+    }
+    for (const std::string &text : texts) {
+        std::cout << text << '\n';
+    }
+    std::cout << std::flush;
+}
+
+void Output::happened(const std::string &text, const Json &fields) {
+    if (m_settings.json) {
+        object(fields);
+    } else {
+        std::cout << text << std::endl;
+    }
+}
+
+ExitStatus Output::problem(const std::exception_ptr &problem) {
+    try {
+        std::rethrow_exception(problem);
+    } catch (const UsageError &error) {
+        return tell(ExitStatus::Usage, "usage", error.what());
+    } catch (const Refused &refused) {
+        const std::string name = statusName(refused.status);
+        return tell(exitFor(refused.status), "refused",
+                    "The PIN pad answered " + name + ". " + statusExplanation(refused.status),
+                    Json{{"status", static_cast<int>(refused.status)}, {"name", name}});
+    } catch (const LibraryFailure &failure) {
+        if (const auto status = statusNamedIn(failure.message)) {
+            return this->problem(
+                std::make_exception_ptr(Refused{static_cast<AbecsRspStat_e>(*status)}));
+        }
+        const FailureText told = explainFailure(failure, m_settings.port);
+        return tell(told.exit, told.exit == ExitStatus::Port ? "port" : "failure", told.text,
+                    Json{{"code", codeName(failure.code)}, {"detail", failureDetail(failure)}});
+    } catch (const CustomerTimeout &) {
+        return tell(ExitStatus::TimedOut, "timeout",
+                    "The customer did nothing within the time of --timeout. Run it again, or give "
+                    "them longer.");
+    } catch (const Interrupted &) {
+        return tell(ExitStatus::Interrupted, "interrupted",
+                    "Interrupted. The command was aborted and the session closed.");
+    } catch (const std::exception &error) {
+        return tell(ExitStatus::Failure, "failure", error.what());
+    }
+}
+
+ExitStatus Output::usage(const std::string &text) {
+    return tell(ExitStatus::Usage, "usage", text);
+}
+
+ExitStatus Output::tell(ExitStatus exit, const char *kind, const std::string &text,
+                        const Json &fields) {
+    if (m_settings.json) {
+        Json whole{{"exit", static_cast<int>(exit)}, {"problem", kind}};
+        whole.update(fields);
+        whole["text"] = text;
+        object(whole);
+        return exit;
+    }
+    std::cout << std::flush;
+    if (m_line) {
+        std::cerr << m_script << ':' << *m_line << ": ";
+    }
+    std::cerr << text << std::endl;
+    return exit;
+}
+
+} // namespace cli

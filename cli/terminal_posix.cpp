@@ -1,0 +1,109 @@
+#include "cli/interrupt_posix.h"
+#include "cli/problem.h"
+#include "cli/terminal.h"
+
+#include <array>
+#include <cerrno>
+#include <cstring>
+
+#include <fcntl.h>
+#include <sys/ioctl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace cli {
+
+namespace {
+
+constexpr std::size_t USUAL_COLUMNS = 80;
+
+int descriptor(Stream stream) {
+    switch (stream) {
+    case Stream::Input:
+        return STDIN_FILENO;
+    case Stream::Output:
+        return STDOUT_FILENO;
+    case Stream::Error:
+        break;
+    }
+    return STDERR_FILENO;
+}
+
+} // namespace
+
+bool isTerminal(Stream stream) {
+    return ::isatty(descriptor(stream)) == 1;
+}
+
+std::size_t errorColumns() {
+    winsize size{};
+    if (::ioctl(STDERR_FILENO, TIOCGWINSZ, &size) != 0 || size.ws_col == 0) {
+        return USUAL_COLUMNS;
+    }
+    return size.ws_col;
+}
+
+std::FILE *openPrivateFile(const std::string &path) {
+    const int fd =
+        ::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, S_IRUSR | S_IWUSR);
+    if (fd < 0) {
+        return nullptr;
+    }
+    // A file that was there keeps its rights; a pipe or a terminal has none to take away.
+    struct stat status {};
+    if (::fstat(fd, &status) == 0 && S_ISREG(status.st_mode)) {
+        ::fchmod(fd, S_IRUSR | S_IWUSR);
+    }
+    return ::fdopen(fd, "w");
+}
+
+std::optional<std::string> InputLines::next() {
+    for (;;) {
+        const std::size_t end = m_pending.find('\n');
+        if (end != std::string::npos) {
+            std::string line = m_pending.substr(0, end);
+            m_pending.erase(0, end + 1);
+            return line;
+        }
+        if (!readMore()) {
+            break;
+        }
+    }
+    if (m_pending.empty()) {
+        return std::nullopt;
+    }
+    return std::exchange(m_pending, {});
+}
+
+bool InputLines::readMore() {
+    if (m_ended) {
+        return false;
+    }
+    if (waitForInput(STDIN_FILENO) == InputReady::Interrupted) {
+        throw Interrupted{};
+    }
+    std::array<char, 4096> bytes;
+    const ssize_t count = ::read(STDIN_FILENO, bytes.data(), bytes.size());
+    if (count < 0 && errno == EINTR) {
+        return true;
+    }
+    if (count <= 0) {
+        m_ended = true;
+        return false;
+    }
+    m_pending.append(bytes.data(), static_cast<std::size_t>(count));
+    return true;
+}
+
+std::string portPath(const std::string &port) {
+    return port.rfind('/', 0) == 0 ? port : "/dev/" + port;
+}
+
+std::string portRefusal(const std::string &port) {
+    if (::access(portPath(port).c_str(), R_OK | W_OK) == 0) {
+        return "";
+    }
+    return std::strerror(errno);
+}
+
+} // namespace cli

@@ -1,0 +1,13 @@
+#pragma once
+
+#include "cli/trace/names.h"
+#include "cli/trace/row.h"
+
+#include <string_view>
+
+namespace cli {
+
+/// Decodes the body of a response or notification.
+DecodedBody decodeResponse(std::string_view body, const Names &names);
+
+} // namespace cli
