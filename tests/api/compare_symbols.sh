@@ -1,0 +1,12 @@
+#!/bin/sh
+# Fails unless a shared library exports exactly the listed names: compare_symbols.sh LIBRARY LIST
+set -eu
+
+exported=$(nm --dynamic --defined-only "$1" | awk '{ sub(/@.*/, "", $3); print $3 }' | LC_ALL=C sort)
+expected=$(LC_ALL=C sort "$2")
+if [ "$exported" != "$expected" ]; then
+    echo "The library exports:" "$exported" >&2
+    echo "but should export:" "$expected" >&2
+    exit 1
+fi
+echo "$(echo "$exported" | wc -l) names, as listed"
