@@ -35,6 +35,10 @@ CLI::App *groupOf(CLI::App &app, const std::string &name) {
     return nullptr;
 }
 
+bool isGiven(const CLI::App *command) {
+    return command->parsed();
+}
+
 } // namespace
 
 std::vector<CommandPtr> makeSessionCommands() {
@@ -93,16 +97,15 @@ Command &CommandSet::selected() const {
 }
 
 std::string CommandSet::explain(const CLI::App &app, const CLI::ParseError &error) {
-    if (dynamic_cast<const CLI::RequiredError *>(&error) == nullptr) {
+    const CLI::App *given = &app;
+    for (auto next = given->get_subcommands(isGiven); !next.empty();
+         next = given->get_subcommands(isGiven)) {
+        given = next.front();
+    }
+    if (given->get_require_subcommand_min() == 0) {
         return error.what();
     }
-    const std::vector<const CLI::App *> found = app.get_subcommands([](const CLI::App *command) {
-        return command->parsed() && command->get_require_subcommand_min() == 0;
-    });
     const std::vector<std::string> left = app.remaining(true);
-    if (!found.empty()) {
-        return error.what();
-    }
     return left.empty() ? "No command given." : "There is no command '" + left.front() + "'.";
 }
 

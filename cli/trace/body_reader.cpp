@@ -77,9 +77,13 @@ void BodyReader::takeBlocks(const std::string &lengthName, const AddParam &addPa
 }
 
 DecodedBody BodyReader::finish(std::string title) {
-    const std::size_t count = left();
-    if (count > 0) {
+    if (left() > 0) {
+        if (m_trusted < m_rows.size()) {
+            m_rowBegin = m_rows[m_trusted].begin;
+            m_rows.resize(m_trusted);
+        }
         m_at = m_body.size();
+        const std::size_t count = m_at - m_rowBegin;
         addRow("not understood", byteCount(count), true, count);
     }
     return {std::move(title), std::move(m_rows)};

@@ -10,8 +10,9 @@
 
 namespace cli {
 
-/// Walks a body from its front and gathers the rows. What does not fit the expected layout becomes
-/// one last row, which is secret: nobody can tell what is in it.
+/// Walks a body from its front and gathers the rows. When the body does not fit the expected
+/// layout, all that follows its trusted rows becomes one row, which is secret: nobody can tell what
+/// is in it.
 class BodyReader {
 public:
     explicit BodyReader(std::string_view body) : m_body(body) {}
@@ -30,6 +31,9 @@ public:
         addRow(std::move(name), std::move(value), false, 0);
     }
 
+    /// Trusts the rows so far, whatever follows.
+    void trustRows() { m_trusted = m_rows.size(); }
+
     /// Makes the row for a parameter of which header and value have just been taken.
     using AddParam = std::function<void(std::uint16_t id, std::string_view value)>;
 
@@ -46,6 +50,7 @@ private:
     std::size_t m_at = 0;
     std::size_t m_rowBegin = 0;
     std::vector<Row> m_rows;
+    std::size_t m_trusted = 0;
 };
 
 /// "000B" for 11.

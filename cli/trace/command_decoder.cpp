@@ -84,6 +84,7 @@ DecodedBody decodeCommand(std::string_view body) {
     }
     const std::string shownId = fromDeviceVisibly(*id);
     reader.addRow("CMD_ID", shownId);
+    reader.trustRows();
     const CommandMeaning *command = findCommand(*id);
     if (command == nullptr) {
         return reader.finish(shownId + " unknown command");

@@ -42,7 +42,7 @@ Names::Names() {
 
 std::string Names::status(std::int32_t number) const {
     const auto found = m_statuses.find(number);
-    return found == m_statuses.end() ? "unknown status" : found->second;
+    return found == m_statuses.end() ? "" : found->second;
 }
 
 std::string Names::identifier(std::uint16_t id) const {

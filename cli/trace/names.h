@@ -12,7 +12,7 @@ class Names {
 public:
     Names();
 
-    /// The name of a status as it travels; "unknown status" when it has none.
+    /// The name of a status as it travels; empty when it has none.
     std::string status(std::int32_t number) const;
 
     /// The data name of an identifier in a response, such as PP_VALUE; "unknown" when it has none.

@@ -57,17 +57,20 @@ DecodedBody decodeResponse(std::string_view body, const Names &names) {
         return reader.finish("answer without an identifier");
     }
     const bool isNotification = *id == "NTM";
-    const std::string shownId = fromDeviceVisibly(*id);
     if (!isNotification && *id != "ERR" && findCommand(*id) == nullptr) {
-        reader.addRow("RSP_ID", shownId, true, FIELD_SIZE);
+        reader.addRow("RSP_ID", "", true, FIELD_SIZE);
         return reader.finish("unknown answer");
     }
+    const std::string shownId(*id);
     reader.addRow("RSP_ID", shownId);
+    reader.trustRows();
     const auto status = reader.takeDecimal("RSP_STAT", FIELD_SIZE);
-    if (!status) {
-        return reader.finish(shownId + " answer without a status");
+    const std::string statusName =
+        status ? names.status(static_cast<std::int32_t>(*status)) : std::string();
+    if (statusName.empty()) {
+        return reader.finish(shownId + " answer without a known status");
     }
-    const std::string statusName = names.status(static_cast<std::int32_t>(*status));
+    reader.trustRows();
     if (*status == 0 && isNotification) {
         takeNotification(reader);
     } else if (*status == 0 && *id == "OPN" && reader.left() > 0) {

@@ -1,0 +1,70 @@
+# Completion of pinpad for bash: source it, or install it as
+# /usr/share/bash-completion/completions/pinpad
+
+_pinpad_ports() {
+    pinpad ports 2>/dev/null | grep -v ' '
+}
+
+# The command among the words before the cursor, with the second word of `media`.
+_pinpad_command() {
+    local i word command=''
+    for ((i = 1; i < COMP_CWORD; i++)); do
+        word=${COMP_WORDS[i]}
+        case $word in
+            ports | open | capture | display | image | play | event | close | session)
+                echo "$word"
+                return
+                ;;
+            media) command='media' ;;
+            list | load)
+                if [ "$command" = media ]; then
+                    echo "media $word"
+                    return
+                fi
+                ;;
+        esac
+    done
+    echo "$command"
+}
+
+_pinpad() {
+    local cur=${COMP_WORDS[COMP_CWORD]}
+    local prev=${COMP_WORDS[COMP_CWORD - 1]}
+    local words='--port --secure --idle-message --timeout --json --simulate --trace
+        --trace-plain --trace-secrets --help --version'
+    COMPREPLY=()
+
+    case $prev in
+        --port)
+            mapfile -t COMPREPLY < <(compgen -W "$(_pinpad_ports)" -- "$cur")
+            return
+            ;;
+        --simulate)
+            mapfile -t COMPREPLY < <(compgen -f -- "$cur")
+            ;;
+        --idle-message | --timeout | --prompt | --min | --max | --wait | --as | --type | \
+            --options | --number | --pair)
+            return
+            ;;
+    esac
+
+    case $(_pinpad_command) in
+        '') words="$words ports open capture display image play media event close session" ;;
+        media) words="$words list load" ;;
+        capture) words="$words --prompt --min --max --wait" ;;
+        display) words="$words --clear" ;;
+        event) words="$words --options --number --pair" ;;
+        close) words="$words --media --extended" ;;
+        'media load')
+            words="$words --as --type"
+            mapfile -t COMPREPLY < <(compgen -f -- "$cur")
+            ;;
+        session)
+            words="$words --keep-going"
+            mapfile -t COMPREPLY < <(compgen -f -- "$cur")
+            ;;
+    esac
+    mapfile -t -O "${#COMPREPLY[@]}" COMPREPLY < <(compgen -W "$words" -- "$cur")
+}
+
+complete -F _pinpad pinpad

@@ -1,0 +1,79 @@
+#include "cli/problem.h"
+#include "cli/text.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+namespace {
+
+using cli::fromDevice;
+using cli::fromDeviceVisibly;
+using cli::LineBreaks;
+using cli::toDevice;
+using cli::UsageError;
+using testing::HasSubstr;
+using testing::ThrowsMessage;
+
+std::string convert(const std::string &text, LineBreaks lineBreaks = LineBreaks::Allowed) {
+    return toDevice(text, "text", 160, lineBreaks);
+}
+
+TEST(Text, TakesEveryCharacterOfTheDevice) {
+    std::string text;
+    std::string bytes;
+    for (unsigned value = 0x20; value <= 0xFF; ++value) {
+        if (value == '\\') {
+            continue;
+        }
+        const std::string byte(1, static_cast<char>(value));
+        bytes += byte;
+        text += fromDevice(byte);
+    }
+    EXPECT_EQ(toDevice(text, "text", 300, LineBreaks::Refused), bytes);
+}
+
+TEST(Text, ConvertsAccents) {
+    EXPECT_EQ(convert("ol\xC3\xA1"), "ol\xE1");
+    EXPECT_EQ(fromDevice("ol\xE1"), "ol\xC3\xA1");
+}
+
+TEST(Text, KnowsLineBreaksAndBackslashes) {
+    EXPECT_EQ(convert("a\nb"), "a\rb");
+    EXPECT_EQ(convert("a\r\nb"), "a\rb");
+    EXPECT_EQ(convert("a\\nb"), "a\rb");
+    EXPECT_EQ(convert("a\\\\nb"), "a\\nb");
+    EXPECT_EQ(fromDevice("a\rb"), "a\nb");
+}
+
+TEST(Text, RefusesLineBreaksWhereThereAreNone) {
+    EXPECT_THAT([] { convert("a\nb", LineBreaks::Refused); },
+                ThrowsMessage<UsageError>(HasSubstr("cannot have line breaks")));
+}
+
+TEST(Text, RefusesWhatTheDeviceCannotShow) {
+    EXPECT_THAT([] { convert("\xE2\x82\xAC"); },
+                ThrowsMessage<UsageError>(HasSubstr("'\xE2\x82\xAC' (U+20AC)")));
+    EXPECT_THAT([] { convert("\xF0\x9F\x98\x80"); },
+                ThrowsMessage<UsageError>(HasSubstr("(U+1F600)")));
+    EXPECT_THAT([] { convert("\xC4\x80"); }, ThrowsMessage<UsageError>(HasSubstr("(U+0100)")));
+    EXPECT_THAT([] { convert("a\tb"); }, ThrowsMessage<UsageError>(HasSubstr("(U+0009)")));
+}
+
+TEST(Text, RefusesMalformedUtf8) {
+    for (const char *text :
+         {"\xE1", "a\x80", "\xC3", "\xC3z", "\xC1\xA1", "\xE0\x83\xA1", "\xFF"}) {
+        EXPECT_THAT([&] { convert(text); }, ThrowsMessage<UsageError>(HasSubstr("UTF-8")));
+    }
+}
+
+TEST(Text, CountsCharactersAndNotBytes) {
+    EXPECT_EQ(toDevice("\xC3\xA1\xC3\xA1", "text", 2, LineBreaks::Refused).size(), 2U);
+    EXPECT_THAT([] { toDevice("abc", "text", 2, LineBreaks::Refused); },
+                ThrowsMessage<UsageError>(HasSubstr("too long: 3 characters, at most 2")));
+}
+
+TEST(Text, ShowsControlCharactersInsteadOfObeyingThem) {
+    EXPECT_EQ(fromDeviceVisibly("a\x1B[2J\r\x9B\x7F\xE9"), "a\\x1B[2J\\r\\x9B\\x7F\xC3\xA9");
+}
+
+} // namespace

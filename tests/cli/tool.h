@@ -1,0 +1,80 @@
+#pragma once
+
+#include <chrono>
+#include <string>
+#include <sys/types.h>
+#include <vector>
+
+namespace tool {
+
+using Arguments = std::vector<std::string>;
+
+/// What became of a run of the tool.
+struct Outcome {
+    int exit = -1; ///< -1 when a signal ended it
+    std::string out;
+    std::string err;
+    std::chrono::milliseconds time{0};
+};
+
+/// Which of the tool's streams are a terminal; the others are pipes.
+enum class Terminal { None, Error, All };
+
+/// The tool in a process of its own, which is gone when this is.
+class Tool {
+public:
+    explicit Tool(const Arguments &arguments, Terminal terminal = Terminal::None);
+    ~Tool();
+    Tool(const Tool &) = delete;
+    Tool &operator=(const Tool &) = delete;
+
+    /// Types, or writes to standard input.
+    void type(const std::string &text);
+    void endInput();
+    void signal(int number);
+
+    /// Waits until standard output (what the terminal shows, when all is one) has this text; throws
+    /// after some seconds.
+    void waitForOutput(const std::string &text);
+
+    /// Waits for the end; throws after some seconds.
+    Outcome finish();
+
+private:
+    void readSome(std::chrono::milliseconds wait);
+
+    pid_t m_pid = -1;
+    int m_input = -1;
+    int m_output = -1;
+    int m_error = -1;
+    Outcome m_outcome;
+    std::chrono::steady_clock::time_point m_start = std::chrono::steady_clock::now();
+};
+
+/// Runs the tool to its end.
+Outcome run(const Arguments &arguments, const std::string &input = "");
+
+/// A file that is gone when this is.
+class TemporaryFile {
+public:
+    explicit TemporaryFile(const std::string &content = "", const std::string &suffix = "");
+    ~TemporaryFile();
+    TemporaryFile(const TemporaryFile &) = delete;
+    TemporaryFile &operator=(const TemporaryFile &) = delete;
+
+    const std::string &path() const { return m_path; }
+    std::string content() const;
+
+private:
+    std::string m_path;
+};
+
+std::string readFile(const std::string &path);
+
+std::vector<std::string> linesOf(const std::string &text);
+
+/// A trace without what differs from run to run: the public key of a secure open, and the check
+/// value over it.
+std::string settledTrace(const std::string &trace);
+
+} // namespace tool
