@@ -19,8 +19,8 @@
 
 namespace {
 
-// The library's waits run this much faster: 2 s become 100 ms.
-constexpr std::uint32_t TIME_DIVISOR = 20;
+// The library's waits run this much faster: 2 s become 400 ms.
+constexpr std::uint32_t TIME_DIVISOR = 5;
 
 enum class Outcome { good, failure, lineGone };
 
