@@ -5,6 +5,7 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <stdexcept>
+#include <sys/ioctl.h>
 #include <system_error>
 #include <termios.h>
 #include <unistd.h>
@@ -87,6 +88,14 @@ void Peer::finish() {
     if (m_failure) {
         std::rethrow_exception(std::exchange(m_failure, nullptr));
     }
+}
+
+std::size_t Peer::waiting() const {
+    int count = 0;
+    if (ioctl(m_master, FIONREAD, &count) != 0) {
+        fail("FIONREAD");
+    }
+    return static_cast<std::size_t>(count);
 }
 
 bool Peer::readable(std::chrono::milliseconds time) {

@@ -34,6 +34,9 @@ public:
     /// Waits for the script; call it when the library's call is over.
     void finish();
 
+    /// How many bytes have been sent to this end and not read by a script.
+    std::size_t waiting() const;
+
     // For scripts.
 
     /// Reads exactly this many bytes; throws after 15 s without them.

@@ -1,0 +1,247 @@
+#include "tests/ext/ext_fixture.h"
+
+namespace {
+
+using namespace line;
+
+class ExtLink : public Extension {
+protected:
+    void send(const Bytes &data) {
+        put(data);
+        abecs_ext_send_packet(pinpad(), packet());
+    }
+    void receive() { abecs_ext_receive_packet(pinpad(), packet()); }
+    void expectExchangeWorks() {
+        m_peer.finish();
+        answer("MF01", "MF0100");
+        put(bytes("MF01"));
+        EXPECT_NO_FAILURE(abecs_ext_exchange(pinpad(), packet()));
+        EXPECT_EQ(bytes("MF0100"), content());
+        m_peer.finish();
+    }
+};
+
+TEST_F(ExtLink, FramesAnEmptyPacket) {
+    m_peer.play([](Peer &line) {
+        line.expect({0x02, 0x00, 0x05, 0x03, 0x04});
+        line.write(ACK);
+    });
+    EXPECT_NO_FAILURE(send({}));
+    m_peer.finish();
+}
+
+TEST_F(ExtLink, SaysTheLengthBigEndian) {
+    m_peer.play([](Peer &line) {
+        EXPECT_EQ((Bytes{0x02, 0x01, 0x31}), line.read(3));
+        line.read(302);
+        line.write(ACK);
+    });
+    EXPECT_NO_FAILURE(send(Bytes(300, 'x')));
+    m_peer.finish();
+}
+
+TEST_F(ExtLink, SendsRawBytes) {
+    m_peer.play([](Peer &line) {
+        // 02 ^ 00 ^ 0A ^ 16 ^ 13 ^ 17 ^ 02 ^ 03 ^ 03 is 18
+        line.expect({0x02, 0x00, 0x0A, 0x16, 0x13, 0x17, 0x02, 0x03, 0x03, 0x18});
+        line.write(ACK);
+    });
+    EXPECT_NO_FAILURE(send({0x16, 0x13, 0x17, 0x02, 0x03}));
+    m_peer.finish();
+}
+
+TEST_F(ExtLink, IsNeverEncrypted) {
+    const std::uint8_t key[16] = {1};
+    abecs_pinpad_set_session_key(pinpad(), key);
+    answer("MF01", "MF0100");
+    put(bytes("MF01"));
+    EXPECT_NO_FAILURE(abecs_ext_exchange(pinpad(), packet()));
+    EXPECT_EQ(bytes("MF0100"), content());
+    m_peer.finish();
+}
+
+TEST_F(ExtLink, SendsTheSameBytesAgainOnNak) {
+    m_peer.play([](Peer &line) {
+        for (const Bytes &verdict : {NAK, NAK, ACK}) {
+            line.expect(frame("MF01"));
+            line.write(verdict);
+        }
+        line.expectSilence(50ms);
+    });
+    EXPECT_NO_FAILURE(send(bytes("MF01")));
+    m_peer.finish();
+}
+
+TEST_F(ExtLink, GivesUpAfterThreeNaks) {
+    m_peer.play([](Peer &line) {
+        for (int attempt = 0; attempt < 3; ++attempt) {
+            line.expect(frame("MF01"));
+            line.write(NAK);
+        }
+        line.expectSilence(50ms);
+    });
+    EXPECT_FAILURE(send(bytes("MF01")), PCL_RESULT_PROTOCOL_ERROR, "Packet was rejected");
+    expectExchangeWorks();
+}
+
+TEST_F(ExtLink, RefusesAnotherVerdictAndDrains) {
+    m_peer.play([](Peer &line) {
+        line.expect(frame("MF01"));
+        line.write(bytes("\x1F"
+                         "noise"));
+    });
+    EXPECT_FAILURE(send(bytes("MF01")), PCL_RESULT_PROTOCOL_ERROR,
+                   "Protocol error (unknown packet response: 0x1f)");
+    EXPECT_EQ(0U, pcl_serial_bytes_available(pinpad()->port));
+    expectExchangeWorks();
+}
+
+TEST_F(ExtLink, DoesNotRepeatWhatIsMetWithSilence) {
+    m_peer.play([](Peer &line) {
+        line.expect(frame("MF01"));
+        line.expectSilence(250ms);
+    });
+    const std::uint64_t before = pinpad()->lastCommandTime;
+    EXPECT_FAILURE(send(bytes("MF01")), PCL_RESULT_TIMEOUT_ERROR, "Timeout waiting for data");
+    EXPECT_EQ(before, pinpad()->lastCommandTime);
+    expectExchangeWorks();
+}
+
+TEST_F(ExtLink, SendsNothingWhileACommandIsPending) {
+    ASSERT_NO_FAILURE(abecs_ext_set_pending(pinpad(), "QR01"));
+    m_peer.play([](Peer &line) { line.expectSilence(100ms); });
+    EXPECT_FAILURE(send(bytes("MF01")), PCL_RESULT_ILLEGAL_STATE,
+                   "Connection is blocked waiting for QR01 response");
+    EXPECT_FAILURE(Link::send("DEX003000"), PCL_RESULT_ILLEGAL_STATE,
+                   "Connection is blocked waiting for QR01 response");
+    m_peer.finish();
+    ASSERT_NO_FAILURE(abecs_ext_clear_pending(pinpad()));
+    expectExchangeWorks();
+}
+
+TEST_F(ExtLink, Paces) {
+    abecs_pinpad_set_min_interval(pinpad(), 300);
+    abecs_pinpad_mark_command_time(pinpad());
+    m_peer.play([](Peer &line) {
+        line.expect(frame("MF01"));
+        line.write(ACK);
+    });
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_NO_FAILURE(send(bytes("MF01")));
+    EXPECT_GE(std::chrono::steady_clock::now() - start, 285ms);
+    m_peer.finish();
+}
+
+TEST_F(ExtLink, EndsTheDataAtTheFirst03) {
+    m_peer.play([](Peer &line) {
+        // AB, then 03 as data: the C after it is taken for the check byte, which it is not.
+        line.write(frame(Bytes{'A', 'B', 0x03, 'C'}));
+        line.expect(NAK);
+        line.write(frame("good"));
+    });
+    EXPECT_NO_FAILURE(receive());
+    EXPECT_EQ(bytes("good"), content());
+    m_peer.finish();
+}
+
+TEST_F(ExtLink, DoesNotCompareTheLength) {
+    m_peer.play([](Peer &line) {
+        // 02 ^ FF ^ FF ^ 41 ^ 03 is 40
+        line.write({0x02, 0xFF, 0xFF, 'A', 0x03, 0x40});
+        line.expectSilence(50ms);
+    });
+    EXPECT_NO_FAILURE(receive());
+    EXPECT_EQ(bytes("A"), content());
+    m_peer.finish();
+}
+
+TEST_F(ExtLink, AsksAgainForADamagedFrame) {
+    m_peer.play([](Peer &line) {
+        line.write({0x02, 0x00, 0x06, 'A', 0x03, 0x00});
+        line.expect(NAK);
+        line.write({0x02, 0x00, 0x06, 'A'});
+        line.expect(NAK);
+        line.write(frame("A"));
+        line.expectSilence(50ms);
+    });
+    EXPECT_NO_FAILURE(receive());
+    EXPECT_EQ(bytes("A"), content());
+    m_peer.finish();
+}
+
+TEST_F(ExtLink, GivesUpAfterThreeDamagedFrames) {
+    m_peer.play([](Peer &line) {
+        for (int attempt = 0; attempt < 3; ++attempt) {
+            line.write({0x02, 0x00});
+            line.expect(NAK);
+        }
+        line.expectSilence(50ms);
+    });
+    EXPECT_FAILURE(receive(), PCL_RESULT_TIMEOUT_ERROR, "No response in 3 attempts");
+    expectExchangeWorks();
+}
+
+TEST_F(ExtLink, DoesNotRetryWhatDoesNotBeginWithStx) {
+    m_peer.play([](Peer &line) {
+        line.write({0x06});
+        line.expectSilence(100ms);
+    });
+    EXPECT_FAILURE(receive(), PCL_RESULT_PROTOCOL_ERROR, "Protocol error (expected STX, read 0x6)");
+    expectExchangeWorks();
+}
+
+TEST_F(ExtLink, WaitsOneAndAHalfSecondsForAResponse) {
+    pcl_serial_set_time_divisor(1);
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_FAILURE(receive(), PCL_RESULT_TIMEOUT_ERROR, "Timeout waiting for data");
+    const auto waited = std::chrono::steady_clock::now() - start;
+    EXPECT_GE(waited, 1500ms);
+    EXPECT_LE(waited, 1800ms);
+}
+
+TEST_F(ExtLink, FailsOnALineThatHangsUp) {
+    m_peer.play([](Peer &line) {
+        line.expect(frame("MF01"));
+        line.write(ACK + Bytes{0x02});
+        line.pause(20ms);
+        line.hangUp();
+    });
+    put(bytes("MF01"));
+    const PclFailure failure = pcl_attempt([&] { abecs_ext_exchange(pinpad(), packet()); });
+    EXPECT_STREQ("[PCL_RESULT_IO_ERROR] ReadFile() error: 5", failure.message);
+    m_peer.finish();
+}
+
+TEST_F(ExtLink, WritesAControlByteBare) {
+    m_peer.play([](Peer &line) {
+        line.expect(EOT);
+        line.expectSilence(50ms);
+    });
+    EXPECT_NO_FAILURE(abecs_ext_send_control(pinpad(), 0x04));
+    m_peer.finish();
+}
+
+TEST_F(ExtLink, SetsThePendingCommandOfUpToFourCharacters) {
+    EXPECT_FAILURE(abecs_ext_set_pending(pinpad(), ""), PCL_RESULT_ILLEGAL_ARGUMENT,
+                   "NULL/empty 'cmdId'");
+    EXPECT_FAILURE(abecs_ext_set_pending(pinpad(), nullptr), PCL_RESULT_ILLEGAL_ARGUMENT,
+                   "NULL/empty 'cmdId'");
+    EXPECT_FAILURE(abecs_ext_set_pending(pinpad(), "EX100"), PCL_RESULT_ILLEGAL_ARGUMENT,
+                   "'cmdId' is too long: EX100");
+    EXPECT_NO_FAILURE(abecs_ext_set_pending(pinpad(), "EX10"));
+    EXPECT_STREQ("EX10", abecs_pinpad_get_pending(pinpad()).text);
+    EXPECT_FAILURE(abecs_ext_set_pending(pinpad(), "EX08"), PCL_RESULT_ILLEGAL_STATE,
+                   "Connection is blocked waiting for EX10 response");
+    EXPECT_NO_FAILURE(abecs_ext_clear_pending(pinpad()));
+    EXPECT_STREQ("", abecs_pinpad_get_pending(pinpad()).text);
+}
+
+TEST_F(ExtLink, ChecksForNull) {
+    const auto code = PCL_RESULT_ILLEGAL_ARGUMENT;
+    EXPECT_FAILURE(abecs_ext_send_packet(nullptr, packet()), code, "'pinpad' is NULL");
+    EXPECT_FAILURE(abecs_ext_send_packet(pinpad(), nullptr), code, "'packet' is NULL");
+    EXPECT_FAILURE(abecs_ext_receive_packet(pinpad(), nullptr), code, "'out' is NULL");
+    EXPECT_FAILURE(abecs_ext_clear_pending(nullptr), code, "'pinpad' is NULL");
+}
+
+} // namespace
