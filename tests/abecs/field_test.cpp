@@ -48,6 +48,9 @@ TEST_F(Field, WritesALongerTextWhole) {
     EXPECT_EQ("ABCDEFG", rest());
 }
 
+using Put = void (*)(AbecsField, const char *, std::size_t, std::uint8_t);
+using Get = char *(*)(AbecsField, char *, std::size_t, std::size_t, std::uint8_t);
+
 struct Character {
     int byte;
     std::uint8_t allowCR;
@@ -67,7 +70,7 @@ TEST_F(Field, AcceptsTheCharactersOfItsKind) {
         const std::string given = std::string("ab") + static_cast<char>(c.byte);
         char shown[64];
         std::snprintf(shown, sizeof shown, "Invalid character (0x%02X) at position 2", c.byte);
-        const auto check = [&](bool accepted, auto put, auto get) {
+        const auto check = [&](bool accepted, Put put, Get get) {
             pcl_buffer_clear(buffer());
             if (accepted) {
                 EXPECT_NO_FAILURE(put(buffer(), given.c_str(), 3, c.allowCR));
@@ -85,12 +88,8 @@ TEST_F(Field, AcceptsTheCharactersOfItsKind) {
                 EXPECT_EQ("", rest());
             }
         };
-        const auto putPlain = [](auto... a) { abecsFieldPutAlpha(a...); };
-        const auto getPlain = [](auto... a) { abecsFieldGetAlpha(a...); };
-        const auto putExtended = [](auto... a) { abecsFieldPutAlphaExt(a...); };
-        const auto getExtended = [](auto... a) { abecsFieldGetAlphaExt(a...); };
-        check(c.plain, putPlain, getPlain);
-        check(c.extended, putExtended, getExtended);
+        check(c.plain, abecsFieldPutAlpha, abecsFieldGetAlpha);
+        check(c.extended, abecsFieldPutAlphaExt, abecsFieldGetAlphaExt);
     }
 }
 

@@ -5,7 +5,6 @@
 #include <array>
 #include <cstdio>
 #include <cstring>
-#include <utility>
 
 namespace {
 
@@ -114,16 +113,19 @@ TEST_P(Event, KnowsItsCodes) {
         put(text);
         EXPECT_NO_FAILURE(EXPECT_EQ(code, abecsParamMapGetEvent(map())));
     }
-    for (const auto &[text, code] :
-         {std::pair{"01", 1}, std::pair{"09", 9}, std::pair{"12", 12}, std::pair{"89", 89},
-          std::pair{"95", 95}, std::pair{"-2", -2}}) {
-        put(text);
+    struct Text {
+        const char *text;
+        int code;
+    };
+    for (const Text &bad : {Text{"01", 1}, Text{"09", 9}, Text{"12", 12}, Text{"89", 89},
+                            Text{"95", 95}, Text{"-2", -2}}) {
+        put(bad.text);
         EXPECT_FAILURE(abecsParamMapGetEvent(map()), PCL_RESULT_PROTOCOL_ERROR,
-                       "Invalid code for PP_EVENT: " + std::to_string(code));
+                       "Invalid code for PP_EVENT: " + std::to_string(bad.code));
     }
-    for (const auto &[text, code] : {std::pair{" 4", 4}, std::pair{"+5x", 5}, std::pair{"x", 0}}) {
-        put(text);
-        EXPECT_NO_FAILURE(EXPECT_EQ(code, abecsParamMapGetEvent(map())));
+    for (const Text &good : {Text{" 4", 4}, Text{"+5x", 5}, Text{"x", 0}}) {
+        put(good.text);
+        EXPECT_NO_FAILURE(EXPECT_EQ(good.code, abecsParamMapGetEvent(map())));
     }
     EXPECT_FAILURE(abecsParamMapGetEvent(nullptr), PCL_RESULT_ILLEGAL_ARGUMENT,
                    "'paramMap' is NULL");
