@@ -1,6 +1,10 @@
 #pragma once
 
+#if defined(_WIN32)
+#include "serial/port_win32.h"
+#else
 #include "serial/port_posix.h"
+#endif
 #include "serial/serial.h"
 
 #include <cstddef>
