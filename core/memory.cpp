@@ -14,7 +14,7 @@ void *pcl_malloc(std::size_t size, std::uint8_t nothrow) {
     return block;
 }
 
-void pcl_free(void *block) {
+void PCL_CALL pcl_free(void *block) {
     std::free(block);
 }
 

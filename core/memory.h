@@ -1,5 +1,7 @@
 #pragma once
 
+#include "core/platform.h"
+
 #include <cstddef>
 #include <cstdint>
 
@@ -8,7 +10,7 @@
 void *pcl_malloc(std::size_t size, std::uint8_t nothrow);
 
 /// Releases a block of pcl_malloc; null is ignored.
-void pcl_free(void *block);
+void PCL_CALL pcl_free(void *block);
 
 /// Overwrites with zeros in a way that the optimiser may not drop. Null is ignored.
 void pcl_wipe(void *data, std::size_t size);
