@@ -26,9 +26,11 @@ step() {
     echo "== $* ($(($(date +%s) - started)) s)"
 }
 
-build() { # preset
-    cmake --preset "$1" -DPINPAD_BUILD_TESTS=ON >/dev/null
-    cmake --build --preset "$1" -j "$jobs"
+build() { # preset, more arguments of the build
+    preset=$1
+    shift
+    cmake --preset "$preset" -DPINPAD_BUILD_TESTS=ON >/dev/null
+    cmake --build --preset "$preset" -j "$jobs" "$@"
 }
 
 run_tests() { # preset, more arguments of ctest
@@ -91,7 +93,7 @@ if [ "$mode" = all ]; then
     step 'Tests under these sanitizers'
     run_tests asan
     step 'Build with the thread sanitizer'
-    build tsan
+    build tsan --target thread_tests
     step 'Tests of threads under the thread sanitizer'
     run_tests tsan --label-regex threads
     step 'clang-tidy'

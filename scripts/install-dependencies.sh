@@ -8,7 +8,7 @@
 # Needs root, or sudo, only when something is missing.
 set -eu
 
-build_packages='binutils cmake g++ libboost-dev libcli11-dev libssl-dev libtomcrypt-dev
+build_packages='binutils cmake g++ libboost-dev libcli11-dev libedit-dev libssl-dev libtomcrypt-dev
     libtommath-dev ninja-build nlohmann-json3-dev pkg-config'
 test_packages='clang clang-format clang-tidy libclang-rt-14-dev libgmock-dev libgtest-dev python3'
 
