@@ -6,7 +6,12 @@ target_compile_options(pinpad_options INTERFACE
     $<$<BOOL:${PINPAD_WERROR}>:-Werror>)
 
 # _FORTIFY_SOURCE needs optimisation, and the sanitizers replace what it checks.
-if("${PINPAD_SANITIZE}" STREQUAL "")
+if(WIN32)
+    # Hosts compiled by others may call with a stack that is aligned to 4 bytes only.
+    target_compile_options(pinpad_options INTERFACE
+        $<$<STREQUAL:${CMAKE_SYSTEM_PROCESSOR},i686>:-mstackrealign>)
+    target_link_options(pinpad_options INTERFACE -Wl,--nxcompat,--dynamicbase)
+elseif("${PINPAD_SANITIZE}" STREQUAL "")
     target_compile_options(pinpad_options INTERFACE
         -fstack-protector-strong -fstack-clash-protection
         $<$<NOT:$<CONFIG:Debug>>:-U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2>)

@@ -1,0 +1,56 @@
+#!/bin/sh
+# Builds LibTomMath and LibTomCrypt for Windows from Debian's source packages into
+# build/windows-dependencies/x86 and x64, once. The sources come from the machine's own package
+# sources, checked against their signatures; the system's package lists stay as they are.
+set -eu
+cd "$(dirname "$0")/.."
+root=$PWD/build/windows-dependencies
+sources=$root/sources
+
+fetch_sources() {
+    apt=$root/apt
+    rm -rf "$apt" "$sources"
+    mkdir -p "$apt/sources.list.d" "$apt/lists/partial" "$apt/cache/archives/partial" "$sources"
+    : >"$apt/sources.list"
+    for file in /etc/apt/sources.list /etc/apt/sources.list.d/*.list; do
+        [ -f "$file" ] || continue
+        sed 's/^deb /deb-src /' "$file" >"$apt/sources.list.d/$(basename "$file" .list).list"
+    done
+    for file in /etc/apt/sources.list.d/*.sources; do
+        [ -f "$file" ] || continue
+        sed 's/^Types:.*/Types: deb-src/' "$file" >"$apt/sources.list.d/$(basename "$file")"
+    done
+    set -- -q -o "Dir::Etc::sourcelist=$apt/sources.list" \
+        -o "Dir::Etc::sourceparts=$apt/sources.list.d" -o "Dir::State::lists=$apt/lists" \
+        -o "Dir::Cache=$apt/cache" -o APT::Sandbox::User=
+    apt-get "$@" update
+    (cd "$sources" && apt-get "$@" source libtommath libtomcrypt)
+    rm -rf "$apt"
+}
+
+build_for() { # name of the architecture, triplet
+    prefix=$root/$1
+    work=$root/work-$1
+    [ -f "$prefix/complete" ] && return
+    rm -rf "$prefix" "$work"
+    mkdir -p "$prefix/include" "$prefix/lib" "$work"
+    cp -r "$sources"/libtommath-*/ "$work/libtommath"
+    cp -r "$sources"/libtomcrypt-*/ "$work/libtomcrypt"
+    make -C "$work/libtommath" -f makefile.mingw -j "$(nproc)" CC="$2-gcc" AR="$2-ar" \
+        RANLIB="$2-ranlib" libtommath.a
+    cp "$work"/libtommath/tommath*.h "$prefix/include"
+    make -C "$work/libtomcrypt" -f makefile.mingw -j "$(nproc)" CC="$2-gcc" AR="$2-ar" \
+        RANLIB="$2-ranlib" CFLAGS="-O2 -DUSE_LTM -DLTM_DESC -I$prefix/include" libtomcrypt.a
+    cp "$work"/libtomcrypt/src/headers/*.h "$prefix/include"
+    cp "$work/libtommath/libtommath.a" "$work/libtomcrypt/libtomcrypt.a" "$prefix/lib"
+    rm -rf "$work"
+    : >"$prefix/complete"
+}
+
+if [ -f "$root/x86/complete" ] && [ -f "$root/x64/complete" ]; then
+    exit 0
+fi
+mkdir -p "$root"
+fetch_sources
+build_for x86 i686-w64-mingw32
+build_for x64 x86_64-w64-mingw32
