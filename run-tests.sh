@@ -12,6 +12,7 @@ clang and the address, undefined-behaviour and leak sanitizers and its tests, th
 under the thread sanitizer, clang-tidy.
 
   --quick     the release build and its tests only
+  --windows   builds the Windows DLLs with mingw-w64 and drives the 64-bit one under Wine
   --coverage  builds with coverage, runs the tests and prints the lines and branches reached
 EOF
 }
@@ -49,6 +50,7 @@ case "${1:-}" in
     '') mode=all ;;
     --quick) mode=quick ;;
     --coverage) mode=coverage ;;
+    --windows) mode=windows ;;
     -h | --help)
         usage
         exit 0
@@ -61,10 +63,19 @@ case "${1:-}" in
 esac
 
 step 'Packages'
-if [ "$mode" = coverage ]; then
-    scripts/install-dependencies.sh coverage
-else
-    scripts/install-dependencies.sh test
+case "$mode" in
+    coverage | windows) scripts/install-dependencies.sh "$mode" ;;
+    *) scripts/install-dependencies.sh test ;;
+esac
+
+if [ "$mode" = windows ]; then
+    step 'Virtual PIN pad'
+    cmake --preset release >/dev/null
+    cmake --build --preset release -j "$jobs" --target pinpad-sim
+    step 'Windows DLLs'
+    scripts/test-windows.sh
+    step 'All done'
+    exit 0
 fi
 
 if [ "$mode" = coverage ]; then
