@@ -9,14 +9,16 @@ usage: $0 [--quick | --coverage | --help]
 
 Without an option, everything: formatting, the release build with g++ and its tests, the build with
 clang and the address, undefined-behaviour and leak sanitizers and its tests, the tests of threads
-under the thread sanitizer, clang-tidy.
+under the thread sanitizer, clang-tidy over the library.
 
   --quick     the release build and its tests only
+  --lint      formatting, and clang-tidy over library, virtual PIN pad and tools
   --windows   builds the Windows DLLs with mingw-w64 and drives the 64-bit one under Wine
   --coverage  builds with coverage, runs the tests and prints the lines and branches reached
 EOF
 }
 
+library='core serial abecs ext api'
 jobs=$(nproc)
 # Most tests wait for the line, not for the processor: let the waits overlap.
 parallel_tests=$((jobs * 8))
@@ -49,6 +51,7 @@ run_tests() { # preset, more arguments of ctest
 case "${1:-}" in
     '') mode=all ;;
     --quick) mode=quick ;;
+    --lint) mode=lint ;;
     --coverage) mode=coverage ;;
     --windows) mode=windows ;;
     -h | --help)
@@ -88,9 +91,18 @@ if [ "$mode" = coverage ]; then
     exit 0
 fi
 
-if [ "$mode" = all ]; then
+if [ "$mode" = all ] || [ "$mode" = lint ]; then
     step 'Formatting'
     scripts/check-format.sh
+fi
+
+if [ "$mode" = lint ]; then
+    step 'Release build (g++)'
+    build release
+    step 'clang-tidy'
+    # shellcheck disable=SC2086 # a list of folders
+    scripts/run-clang-tidy.sh build/release $library sim cli
+    exit 0
 fi
 
 step 'Release build (g++)'
@@ -108,7 +120,8 @@ if [ "$mode" = all ]; then
     step 'Tests of threads under the thread sanitizer'
     run_tests tsan --label-regex threads
     step 'clang-tidy'
-    scripts/run-clang-tidy.sh build/release
+    # shellcheck disable=SC2086 # a list of folders
+    scripts/run-clang-tidy.sh build/release $library
 fi
 
 step 'All done'
