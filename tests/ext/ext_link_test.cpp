@@ -3,6 +3,7 @@
 namespace {
 
 using namespace line;
+using extension::frame;
 
 class ExtLink : public Extension {
 protected:

@@ -2,10 +2,13 @@
 #include "tests/ext/ext_fixture.h"
 
 #include <array>
+#include <functional>
+#include <vector>
 
 namespace {
 
 using namespace line;
+using extension::frame;
 
 constexpr char KEY[] = "A0A1A2A3A4A5";
 constexpr char KEY_B[] = "B0B1B2B3B4B5";
@@ -32,6 +35,43 @@ protected:
         m_peer.finish();
     }
 
+    /// Nothing of what a command may fill has been touched.
+    void expectUntouched() {
+        for (const char c : m_status) {
+            EXPECT_EQ('?', c);
+        }
+        for (const char c : m_text) {
+            EXPECT_EQ('?', c);
+        }
+        EXPECT_EQ(77U, m_length);
+        EXPECT_EQ(77, m_value);
+    }
+
+    struct Command {
+        std::string id;
+        std::string request;
+        std::function<std::int32_t()> run;
+    };
+
+    /// Each of the commands, with arguments that it accepts.
+    std::vector<Command> commands() {
+        const std::string keys = std::string("A") + KEY + "B" + KEY_B;
+        return {
+            {"MF01", "MF01", [&] { return abecs_mf_activate(pinpad(), text(), status()); }},
+            {"MF02", std::string("MF020001A") + KEY + "04",
+             [&] { return abecs_mf_authenticate(pinpad(), 1, 'A', KEY, "04", status()); }},
+            {"MF03", "MF03000100R077",
+             [&] { return abecs_mf_read_write(pinpad(), 'R', 1, 0, &m_length, text(), status()); }},
+            {"MF04", "MF040001R",
+             [&] { return abecs_mf_value_command(pinpad(), 1, 1, 'R', 0, &m_value, status()); }},
+            {"MF05", "MF050001R",
+             [&] { return abecs_mf_block_config_get(pinpad(), 1, text(), status()); }},
+            {"MF05", "MF050001" + keys + "011",
+             [&] { return abecs_mf_block_config_set(pinpad(), 1, KEY, KEY_B, "011", status()); }},
+            {"MF06", "MF060001" + keys,
+             [&] { return abecs_mf_key_change(pinpad(), 1, KEY, KEY_B, status()); }}};
+    }
+
     std::array<char, 8> m_status{};
     std::array<char, 2100> m_text{};
     std::uint32_t m_length = 0;
@@ -47,56 +87,125 @@ TEST_F(Mifare, ActivateReadsTheSerialNumber) {
     expectOk([&] { return abecs_mf_activate(pinpad(), text(), status()); });
     EXPECT_STREQ("01", status());
     EXPECT_STREQ("", text());
-    answer("MF01", "ERR 99");
-    expectOk([&] { return abecs_mf_activate(pinpad(), text(), status()); });
-    EXPECT_STREQ("99", status());
-    answer("MF01", frame(bytes("MF01") + Bytes{0x00, 0x01}));
-    expectOk([&] { return abecs_mf_activate(pinpad(), text(), status()); });
-    EXPECT_EQ('\0', m_status[0]);
-    EXPECT_EQ('\1', m_status[1]);
-    EXPECT_FAILURE(abecs_mf_activate(nullptr, nullptr, nullptr), ILLEGAL, "'pinpad' is NULL");
-    EXPECT_FAILURE(abecs_mf_activate(pinpad(), nullptr, nullptr), ILLEGAL,
-                   "'szSerialNumber' is NULL");
-    EXPECT_FAILURE(abecs_mf_activate(pinpad(), text(), nullptr), ILLEGAL, "'pbStatus' is NULL");
+    reset();
+    expectRefused([&] { return abecs_mf_activate(nullptr, nullptr, nullptr); }, ILLEGAL,
+                  "'pinpad' is NULL");
+    expectRefused([&] { return abecs_mf_activate(pinpad(), nullptr, nullptr); }, ILLEGAL,
+                  "'szSerialNumber' is NULL");
+    expectRefused([&] { return abecs_mf_activate(pinpad(), text(), nullptr); }, ILLEGAL,
+                  "'pbStatus' is NULL");
 }
 
 TEST_F(Mifare, RefusesAnswersItCannotRead) {
-    const auto activate = [&] { return abecs_mf_activate(pinpad(), text(), status()); };
-    answer("MF01", "MF010");
-    EXPECT_FAILURE(activate(), PCL_RESULT_PROTOCOL_ERROR, "Unrecognized response");
-    m_peer.finish();
-    answer("MF01", "MF0200");
-    EXPECT_FAILURE(activate(), PCL_RESULT_PROTOCOL_ERROR, "(MF01) Invalid RSP_ID: MF02");
-    m_peer.finish();
-    EXPECT_EQ('?', m_status[0]);
-    answer("MF01", "MF0100");
-    expectOk(activate);
+    for (const Command &command : commands()) {
+        SCOPED_TRACE(command.request);
+        for (const std::string &response :
+             {std::string(), command.id + "0", std::string("ERR 0")}) {
+            answer(command.request, response);
+            EXPECT_FAILURE(command.run(), PCL_RESULT_PROTOCOL_ERROR, "Unrecognized response");
+            m_peer.finish();
+        }
+        answer(command.request, "MF0900");
+        EXPECT_FAILURE(command.run(), PCL_RESULT_PROTOCOL_ERROR,
+                       "(" + command.id + ") Invalid RSP_ID: MF09");
+        m_peer.finish();
+        answer(command.request, Bytes{0x06});
+        EXPECT_FAILURE(command.run(), PCL_RESULT_PROTOCOL_ERROR,
+                       "Protocol error (expected STX, read 0x6)");
+        m_peer.finish();
+        expectUntouched();
+        answer(command.request, command.id + "00");
+        expectOk(command.run);
+        EXPECT_STREQ("00", status());
+        reset();
+    }
+}
+
+TEST_F(Mifare, PassesTheTerminalsVerdictOn) {
+    for (const Command &command : commands()) {
+        SCOPED_TRACE(command.request);
+        answer(command.request, "ERR 99");
+        expectOk(command.run);
+        EXPECT_STREQ("99", status());
+        EXPECT_EQ('?', m_status[3]);
+        reset();
+        answer(command.request, command.id + "~ ");
+        expectOk(command.run);
+        EXPECT_STREQ("~ ", status());
+        reset();
+    }
+}
+
+TEST_F(Mifare, RepairsBinaryStatusDigitsOfConfigurationAndKeysOnly) {
+    struct {
+        Bytes sent;
+        Bytes repaired;
+    } const cases[] = {{{0x00, 0x01}, {'0', '1'}},
+                       {{0x09, 0x0A}, {'9', 0x0A}},
+                       {{0xFF, 0x80}, {0x2F, 0xB0}},
+                       {{0x7F, '9'}, {0x7F, '9'}}};
+    for (const Command &command : commands()) {
+        SCOPED_TRACE(command.request);
+        for (const auto &[sent, repaired] : cases) {
+            answer(command.request, frame(bytes(command.id) + sent));
+            expectOk(command.run);
+            const bool repairs = command.id == "MF05" || command.id == "MF06";
+            EXPECT_EQ((repairs ? repaired : sent) + Bytes{0}, Bytes(status(), status() + 3));
+            reset();
+        }
+    }
 }
 
 TEST_F(Mifare, ReturnsMinusOneAndTouchesNothingWithoutAnAnswer) {
-    const auto silence = [&](auto call) {
+    for (const Command &command : commands()) {
+        SCOPED_TRACE(command.request);
         for (const Bytes &verdict : {Bytes{}, ACK}) {
-            m_peer.play([verdict](Peer &line) {
-                while (line.read(1) != Bytes{0x03}) {
-                }
-                line.read(1);
+            m_peer.play([request = frame(command.request), verdict](Peer &line) {
+                line.expect(request);
                 line.write(verdict);
             });
-            EXPECT_NO_FAILURE(EXPECT_EQ(-1, call()));
+            EXPECT_NO_FAILURE(EXPECT_EQ(-1, command.run()));
             m_peer.finish();
-            EXPECT_EQ('?', m_status[0]);
-            EXPECT_EQ('?', m_text[0]);
-            EXPECT_EQ(77, m_value);
+            expectUntouched();
         }
-    };
-    silence([&] { return abecs_mf_activate(pinpad(), text(), status()); });
-    silence([&] { return abecs_mf_authenticate(pinpad(), 1, 'A', KEY, "04", status()); });
-    silence([&] { return abecs_mf_read_write(pinpad(), 'R', 1, 0, &m_length, text(), status()); });
-    EXPECT_EQ(77U, m_length);
-    silence([&] { return abecs_mf_value_command(pinpad(), 1, 1, 'R', 0, &m_value, status()); });
-    silence([&] { return abecs_mf_block_config_get(pinpad(), 1, text(), status()); });
-    silence([&] { return abecs_mf_block_config_set(pinpad(), 1, KEY, KEY_B, "011", status()); });
-    silence([&] { return abecs_mf_key_change(pinpad(), 1, KEY, KEY_B, status()); });
+        m_peer.play([request = frame(command.request)](Peer &line) {
+            line.expect(request);
+            line.write(ACK);
+            for (int attempt = 0; attempt < 3; ++attempt) {
+                line.write({0x02, 0x00, 0x06, 'A', 0x03, 0x00});
+                line.expect(NAK);
+            }
+        });
+        EXPECT_NO_FAILURE(EXPECT_EQ(-1, command.run()));
+        m_peer.finish();
+        expectUntouched();
+    }
+    expectExchangeWorks();
+}
+
+TEST_F(Mifare, RaisesWhenTheTerminalRejectsTheRequest) {
+    for (const Command &command : commands()) {
+        SCOPED_TRACE(command.request);
+        m_peer.play([request = frame(command.request)](Peer &line) {
+            for (int attempt = 0; attempt < 3; ++attempt) {
+                line.expect(request);
+                line.write(NAK);
+            }
+        });
+        EXPECT_FAILURE(command.run(), PCL_RESULT_PROTOCOL_ERROR, "Packet was rejected");
+        m_peer.finish();
+        expectUntouched();
+    }
+    expectExchangeWorks();
+}
+
+TEST_F(Mifare, LeavesNothingPending) {
+    for (const Command &command : commands()) {
+        answer(command.request, command.id + "00");
+        expectOk(command.run);
+        EXPECT_STREQ("", abecs_pinpad_get_pending(pinpad()).text);
+        reset();
+    }
 }
 
 TEST_F(Mifare, AuthenticateSendsKeyAndSerialNumber) {
@@ -114,21 +223,25 @@ TEST_F(Mifare, AuthenticateChecksItsArgumentsInOrder) {
                           char *s) {
         return abecs_mf_authenticate(p, static_cast<std::uint16_t>(block), type, key, serial, s);
     };
-    EXPECT_FAILURE(call(nullptr, 10000, 'C', nullptr, nullptr, nullptr), ILLEGAL,
-                   "'pinpad' is NULL");
-    EXPECT_FAILURE(call(pinpad(), 10000, 'C', nullptr, nullptr, nullptr), ILLEGAL,
-                   "Invalid value for usBlockAddress: 10000 (max: 9999)");
-    EXPECT_FAILURE(call(pinpad(), 1, 'C', nullptr, nullptr, nullptr), ILLEGAL,
-                   "Invalid value for cType: C");
-    EXPECT_FAILURE(call(pinpad(), 1, 'a', nullptr, nullptr, nullptr), ILLEGAL,
-                   "Invalid value for cType: a");
-    EXPECT_FAILURE(call(pinpad(), 1, 'B', nullptr, nullptr, nullptr), ILLEGAL, "'szKey' is NULL");
-    EXPECT_FAILURE(call(pinpad(), 1, 'B', "12345678901", nullptr, nullptr), ILLEGAL,
-                   "Invalid size for szKey: 12345678901 (exact: 12)");
-    EXPECT_FAILURE(call(pinpad(), 1, 'B', KEY, nullptr, nullptr), ILLEGAL,
-                   "'szSerialNumber' is NULL");
-    EXPECT_FAILURE(call(pinpad(), 1, 'B', KEY, "", nullptr), ILLEGAL, "'pbStatus' is NULL");
-    expectNothingSent();
+    expectRefused([&] { return call(nullptr, 10000, 'C', nullptr, nullptr, nullptr); }, ILLEGAL,
+                  "'pinpad' is NULL");
+    expectRefused([&] { return call(pinpad(), 10000, 'C', nullptr, nullptr, nullptr); }, ILLEGAL,
+                  "Invalid value for usBlockAddress: 10000 (max: 9999)");
+    expectRefused([&] { return call(pinpad(), 1, 'C', nullptr, nullptr, nullptr); }, ILLEGAL,
+                  "Invalid value for cType: C");
+    expectRefused([&] { return call(pinpad(), 1, 'a', nullptr, nullptr, nullptr); }, ILLEGAL,
+                  "Invalid value for cType: a");
+    expectRefused([&] { return call(pinpad(), 1, 'B', nullptr, nullptr, nullptr); }, ILLEGAL,
+                  "'szKey' is NULL");
+    expectRefused([&] { return call(pinpad(), 1, 'B', "12345678901", nullptr, nullptr); }, ILLEGAL,
+                  "Invalid size for szKey: 12345678901 (exact: 12)");
+    expectRefused([&] { return call(pinpad(), 1, 'B', "1234567890123", nullptr, nullptr); },
+                  ILLEGAL, "Invalid size for szKey: 1234567890123 (exact: 12)");
+    expectRefused([&] { return call(pinpad(), 1, 'B', KEY, nullptr, nullptr); }, ILLEGAL,
+                  "'szSerialNumber' is NULL");
+    expectRefused([&] { return call(pinpad(), 1, 'B', KEY, "", nullptr); }, ILLEGAL,
+                  "'pbStatus' is NULL");
+    EXPECT_EQ('?', m_status[0]);
 }
 
 TEST_F(Mifare, ReadAsksForBytesAndCountsThem) {
@@ -173,25 +286,25 @@ TEST_F(Mifare, ReadAndWriteCheckTheirArgumentsInOrder) {
         return abecs_mf_read_write(p, operation, static_cast<std::uint16_t>(block),
                                    static_cast<std::uint8_t>(byte), count, data, s);
     };
-    EXPECT_FAILURE(call(nullptr, 'X', 10000, 16, nullptr, nullptr, nullptr), ILLEGAL,
-                   "'pinpad' is NULL");
-    EXPECT_FAILURE(call(pinpad(), 'X', 10000, 16, nullptr, nullptr, nullptr), ILLEGAL,
-                   "Invalid value for cOperation: X");
-    EXPECT_FAILURE(call(pinpad(), 'R', 10000, 16, nullptr, nullptr, nullptr), ILLEGAL,
-                   "Invalid value for usBlockAddress: 10000 (max: 9999)");
-    EXPECT_FAILURE(call(pinpad(), 'R', 1, 16, nullptr, nullptr, nullptr), ILLEGAL,
-                   "Invalid value for bBlockByte: 16 (max: 15)");
-    EXPECT_FAILURE(call(pinpad(), 'R', 1, 1, nullptr, nullptr, nullptr), ILLEGAL,
-                   "'pdwDataLen' is NULL");
+    expectRefused([&] { return call(nullptr, 'X', 10000, 16, nullptr, nullptr, nullptr); }, ILLEGAL,
+                  "'pinpad' is NULL");
+    expectRefused([&] { return call(pinpad(), 'X', 10000, 16, nullptr, nullptr, nullptr); },
+                  ILLEGAL, "Invalid value for cOperation: X");
+    expectRefused([&] { return call(pinpad(), 'R', 10000, 16, nullptr, nullptr, nullptr); },
+                  ILLEGAL, "Invalid value for usBlockAddress: 10000 (max: 9999)");
+    expectRefused([&] { return call(pinpad(), 'R', 1, 16, nullptr, nullptr, nullptr); }, ILLEGAL,
+                  "Invalid value for bBlockByte: 16 (max: 15)");
+    expectRefused([&] { return call(pinpad(), 'R', 1, 1, nullptr, nullptr, nullptr); }, ILLEGAL,
+                  "'pdwDataLen' is NULL");
     m_length = 257;
-    EXPECT_FAILURE(call(pinpad(), 'W', 1, 1, &m_length, nullptr, nullptr), ILLEGAL,
-                   "Invalid value for pdwDataLen: 257 (max: 256)");
+    expectRefused([&] { return call(pinpad(), 'W', 1, 1, &m_length, nullptr, nullptr); }, ILLEGAL,
+                  "Invalid value for pdwDataLen: 257 (max: 256)");
     m_length = 256;
-    EXPECT_FAILURE(call(pinpad(), 'W', 1, 1, &m_length, nullptr, nullptr), ILLEGAL,
-                   "'szData' is NULL");
-    EXPECT_FAILURE(call(pinpad(), 'W', 1, 1, &m_length, text(), nullptr), ILLEGAL,
-                   "'pbStatus' is NULL");
-    expectNothingSent();
+    expectRefused([&] { return call(pinpad(), 'W', 1, 1, &m_length, nullptr, nullptr); }, ILLEGAL,
+                  "'szData' is NULL");
+    expectRefused([&] { return call(pinpad(), 'W', 1, 1, &m_length, text(), nullptr); }, ILLEGAL,
+                  "'pbStatus' is NULL");
+    EXPECT_EQ('?', m_status[0]);
 }
 
 TEST_F(Mifare, ValueCommandSendsWhatItsOperationNeeds) {
@@ -219,20 +332,21 @@ TEST_F(Mifare, ValueCommandChecksItsArgumentsInOrder) {
                                       static_cast<std::uint16_t>(to), operation, value, result, s);
     };
     constexpr std::int32_t MIN = -2147483647 - 1;
-    EXPECT_FAILURE(call(nullptr, 10000, 10000, 'x', MIN, nullptr, nullptr), ILLEGAL,
-                   "'pinpad' is NULL");
-    EXPECT_FAILURE(call(pinpad(), 10000, 10000, 'x', MIN, nullptr, nullptr), ILLEGAL,
-                   "Invalid value for usBlockOrigin: 10000 (max: 9999)");
-    EXPECT_FAILURE(call(pinpad(), 1, 10000, 'x', MIN, nullptr, nullptr), ILLEGAL,
-                   "Invalid value for usBlockDestination: 10000 (max: 9999)");
-    EXPECT_FAILURE(call(pinpad(), 1, 1, 'x', MIN, nullptr, nullptr), ILLEGAL,
-                   "Invalid value for cOperation: x");
-    EXPECT_FAILURE(call(pinpad(), 1, 1, 'R', MIN, nullptr, nullptr), ILLEGAL,
-                   "Invalid value for iValue: -2147483648 (min: -2147483647, max: 2147483647)");
-    EXPECT_FAILURE(call(pinpad(), 1, 1, 'R', 0, nullptr, nullptr), ILLEGAL,
-                   "'piValueResult' is NULL");
-    EXPECT_FAILURE(call(pinpad(), 1, 1, 'R', 0, &m_value, nullptr), ILLEGAL, "'pbStatus' is NULL");
-    expectNothingSent();
+    expectRefused([&] { return call(nullptr, 10000, 10000, 'x', MIN, nullptr, nullptr); }, ILLEGAL,
+                  "'pinpad' is NULL");
+    expectRefused([&] { return call(pinpad(), 10000, 10000, 'x', MIN, nullptr, nullptr); }, ILLEGAL,
+                  "Invalid value for usBlockOrigin: 10000 (max: 9999)");
+    expectRefused([&] { return call(pinpad(), 1, 10000, 'x', MIN, nullptr, nullptr); }, ILLEGAL,
+                  "Invalid value for usBlockDestination: 10000 (max: 9999)");
+    expectRefused([&] { return call(pinpad(), 1, 1, 'x', MIN, nullptr, nullptr); }, ILLEGAL,
+                  "Invalid value for cOperation: x");
+    expectRefused([&] { return call(pinpad(), 1, 1, 'R', MIN, nullptr, nullptr); }, ILLEGAL,
+                  "Invalid value for iValue: -2147483648 (min: -2147483647, max: 2147483647)");
+    expectRefused([&] { return call(pinpad(), 1, 1, 'R', 0, nullptr, nullptr); }, ILLEGAL,
+                  "'piValueResult' is NULL");
+    expectRefused([&] { return call(pinpad(), 1, 1, 'R', 0, &m_value, nullptr); }, ILLEGAL,
+                  "'pbStatus' is NULL");
+    EXPECT_EQ('?', m_status[0]);
 }
 
 TEST_F(Mifare, ConfigurationRepairsBinaryStatusDigits) {
@@ -257,51 +371,104 @@ TEST_F(Mifare, ConfigurationRepairsBinaryStatusDigits) {
 
 TEST_F(Mifare, ConfigurationAndKeysCheckTheirArgumentsInOrder) {
     const char *block = "Invalid value for usBlockAddress: 10000 (max: 9999)";
-    EXPECT_FAILURE(abecs_mf_block_config_get(nullptr, 10000, nullptr, nullptr), ILLEGAL,
-                   "'pinpad' is NULL");
-    EXPECT_FAILURE(abecs_mf_block_config_get(pinpad(), 10000, nullptr, nullptr), ILLEGAL, block);
-    EXPECT_FAILURE(abecs_mf_block_config_get(pinpad(), 1, nullptr, nullptr), ILLEGAL,
-                   "'pbConfigFlags' is NULL");
-    EXPECT_FAILURE(abecs_mf_block_config_get(pinpad(), 1, text(), nullptr), ILLEGAL,
-                   "'pbStatus' is NULL");
+    expectRefused([&] { return abecs_mf_block_config_get(nullptr, 10000, nullptr, nullptr); },
+                  ILLEGAL, "'pinpad' is NULL");
+    expectRefused([&] { return abecs_mf_block_config_get(pinpad(), 10000, nullptr, nullptr); },
+                  ILLEGAL, block);
+    expectRefused([&] { return abecs_mf_block_config_get(pinpad(), 1, nullptr, nullptr); }, ILLEGAL,
+                  "'pbConfigFlags' is NULL");
+    expectRefused([&] { return abecs_mf_block_config_get(pinpad(), 1, text(), nullptr); }, ILLEGAL,
+                  "'pbStatus' is NULL");
     const auto set = [&](AbecsPinpad *p, int at, const char *a, const char *b, const char *flags,
                          char *s) {
         return abecs_mf_block_config_set(p, static_cast<std::uint16_t>(at), a, b, flags, s);
     };
-    EXPECT_FAILURE(set(nullptr, 10000, nullptr, nullptr, nullptr, nullptr), ILLEGAL,
-                   "'pinpad' is NULL");
-    EXPECT_FAILURE(set(pinpad(), 10000, nullptr, nullptr, nullptr, nullptr), ILLEGAL, block);
-    EXPECT_FAILURE(set(pinpad(), 1, nullptr, nullptr, nullptr, nullptr), ILLEGAL,
-                   "'szKeyA' is NULL");
-    EXPECT_FAILURE(set(pinpad(), 1, "1", nullptr, nullptr, nullptr), ILLEGAL,
-                   "Invalid size for szKeyA: 1 (exact: 12)");
-    EXPECT_FAILURE(set(pinpad(), 1, KEY, nullptr, nullptr, nullptr), ILLEGAL, "'szKeyB' is NULL");
-    EXPECT_FAILURE(set(pinpad(), 1, KEY, "12", nullptr, nullptr), ILLEGAL,
-                   "Invalid size for szKeyB: 12 (exact: 12)");
-    EXPECT_FAILURE(set(pinpad(), 1, KEY, KEY_B, nullptr, nullptr), ILLEGAL,
-                   "'pbConfigFlags' is NULL");
-    EXPECT_FAILURE(set(pinpad(), 1, KEY, KEY_B, "10", nullptr), ILLEGAL,
-                   "Invalid size for pbConfigFlags: 10 (exact: 3)");
-    EXPECT_FAILURE(set(pinpad(), 1, KEY, KEY_B, "102", nullptr), ILLEGAL,
-                   "Invalid value for pbConfigFlags: 102");
-    EXPECT_FAILURE(set(pinpad(), 1, KEY, KEY_B, "101", nullptr), ILLEGAL, "'pbStatus' is NULL");
-    EXPECT_FAILURE(abecs_mf_key_change(nullptr, 10000, nullptr, nullptr, nullptr), ILLEGAL,
-                   "'pinpad' is NULL");
-    EXPECT_FAILURE(abecs_mf_key_change(pinpad(), 10000, nullptr, nullptr, nullptr), ILLEGAL, block);
-    EXPECT_FAILURE(abecs_mf_key_change(pinpad(), 1, nullptr, nullptr, nullptr), ILLEGAL,
-                   "'szKeyA' is NULL");
-    EXPECT_FAILURE(abecs_mf_key_change(pinpad(), 1, KEY, "", nullptr), ILLEGAL,
-                   "Invalid size for szKeyB:  (exact: 12)");
-    EXPECT_FAILURE(abecs_mf_key_change(pinpad(), 1, KEY, KEY_B, nullptr), ILLEGAL,
-                   "'pbStatus' is NULL");
-    expectNothingSent();
+    expectRefused([&] { return set(nullptr, 10000, nullptr, nullptr, nullptr, nullptr); }, ILLEGAL,
+                  "'pinpad' is NULL");
+    expectRefused([&] { return set(pinpad(), 10000, nullptr, nullptr, nullptr, nullptr); }, ILLEGAL,
+                  block);
+    expectRefused([&] { return set(pinpad(), 1, nullptr, nullptr, nullptr, nullptr); }, ILLEGAL,
+                  "'szKeyA' is NULL");
+    expectRefused([&] { return set(pinpad(), 1, "1", nullptr, nullptr, nullptr); }, ILLEGAL,
+                  "Invalid size for szKeyA: 1 (exact: 12)");
+    expectRefused([&] { return set(pinpad(), 1, KEY, nullptr, nullptr, nullptr); }, ILLEGAL,
+                  "'szKeyB' is NULL");
+    expectRefused([&] { return set(pinpad(), 1, KEY, "12", nullptr, nullptr); }, ILLEGAL,
+                  "Invalid size for szKeyB: 12 (exact: 12)");
+    expectRefused([&] { return set(pinpad(), 1, KEY, KEY_B, nullptr, nullptr); }, ILLEGAL,
+                  "'pbConfigFlags' is NULL");
+    expectRefused([&] { return set(pinpad(), 1, KEY, KEY_B, "10", nullptr); }, ILLEGAL,
+                  "Invalid size for pbConfigFlags: 10 (exact: 3)");
+    expectRefused([&] { return set(pinpad(), 1, KEY, KEY_B, "102", nullptr); }, ILLEGAL,
+                  "Invalid value for pbConfigFlags: 102");
+    expectRefused([&] { return set(pinpad(), 1, KEY, KEY_B, "101", nullptr); }, ILLEGAL,
+                  "'pbStatus' is NULL");
+    expectRefused([&] { return abecs_mf_key_change(nullptr, 10000, nullptr, nullptr, nullptr); },
+                  ILLEGAL, "'pinpad' is NULL");
+    expectRefused([&] { return abecs_mf_key_change(pinpad(), 10000, nullptr, nullptr, nullptr); },
+                  ILLEGAL, block);
+    expectRefused([&] { return abecs_mf_key_change(pinpad(), 1, nullptr, nullptr, nullptr); },
+                  ILLEGAL, "'szKeyA' is NULL");
+    expectRefused([&] { return abecs_mf_key_change(pinpad(), 1, "1", nullptr, nullptr); }, ILLEGAL,
+                  "Invalid size for szKeyA: 1 (exact: 12)");
+    expectRefused([&] { return abecs_mf_key_change(pinpad(), 1, KEY, nullptr, nullptr); }, ILLEGAL,
+                  "'szKeyB' is NULL");
+    expectRefused([&] { return abecs_mf_key_change(pinpad(), 1, KEY, "", nullptr); }, ILLEGAL,
+                  "Invalid size for szKeyB:  (exact: 12)");
+    expectRefused([&] { return abecs_mf_key_change(pinpad(), 1, KEY, KEY_B, nullptr); }, ILLEGAL,
+                  "'pbStatus' is NULL");
+    EXPECT_EQ('?', m_status[0]);
 }
 
 TEST_F(Mifare, IsRefusedWhileACommandIsPending) {
-    abecs_ext_set_pending(pinpad(), "EX08");
-    EXPECT_FAILURE(abecs_mf_activate(pinpad(), text(), status()), PCL_RESULT_ILLEGAL_STATE,
-                   "Connection is blocked waiting for EX08 response");
-    expectNothingSent();
+    ASSERT_NO_FAILURE(abecs_ext_set_pending(pinpad(), "EX08"));
+    for (const Command &command : commands()) {
+        expectRefused(command.run, PCL_RESULT_ILLEGAL_STATE,
+                      "Connection is blocked waiting for EX08 response");
+        expectUntouched();
+    }
+}
+
+TEST_F(Mifare, IsNotSentWithCharactersItCannotHold) {
+    const char *key = "A0A1A2\rA4A5A";
+    const char *detail = "Invalid character (0x0D) at position 6";
+    expectRefused([&] { return abecs_mf_authenticate(pinpad(), 1, 'A', key, "", status()); },
+                  ILLEGAL, detail);
+    expectRefused([&] { return abecs_mf_authenticate(pinpad(), 1, 'A', KEY, "04\x1F", status()); },
+                  ILLEGAL, "Invalid character (0x1F) at position 2");
+    expectRefused(
+        [&] { return abecs_mf_block_config_set(pinpad(), 1, key, KEY_B, "011", status()); },
+        ILLEGAL, detail);
+    expectRefused([&] { return abecs_mf_key_change(pinpad(), 1, KEY, key, status()); }, ILLEGAL,
+                  detail);
+    expectUntouched();
+    answer("MF020001A\x80\xFF          \xA0", "MF0200");
+    expectOk([&] {
+        return abecs_mf_authenticate(pinpad(), 1, 'A', "\x80\xFF          ", "\xA0", status());
+    });
+}
+
+TEST_F(Mifare, IsNotSentWithATextThatDoesNotFit) {
+    // 11 characters go before the text.
+    const std::string longest(ABECS_PACKET_CAPACITY - 11, 'F');
+    std::strcpy(text(), longest.c_str());
+    answer("MF03000100W" + longest, "MF0300");
+    expectOk([&] { return abecs_mf_read_write(pinpad(), 'W', 1, 0, &m_length, text(), status()); });
+    reset();
+    std::strcpy(text(), (longest + "F").c_str());
+    expectRefused(
+        [&] { return abecs_mf_read_write(pinpad(), 'W', 1, 0, &m_length, text(), status()); },
+        PCL_RESULT_IO_ERROR, "No enough space in buffer (available: 0, requested: 1)");
+    EXPECT_EQ('?', m_status[0]);
+    expectExchangeWorks();
+}
+
+TEST_F(Mifare, CopiesTheLongestAnswerWhole) {
+    const std::string longest(ABECS_PACKET_CAPACITY - 6, 'A');
+    answer("MF01", "MF0100" + longest);
+    expectOk([&] { return abecs_mf_activate(pinpad(), text(), status()); });
+    EXPECT_EQ(longest, text());
+    EXPECT_EQ('?', m_text[longest.size() + 1]);
 }
 
 } // namespace
