@@ -7,7 +7,7 @@
 
 namespace cli {
 
-/// Takes over Ctrl-C (and the request to terminate) for the whole process.
+/// Takes over Ctrl-C, the request to terminate and the loss of the terminal for the whole process.
 void watchForInterrupts();
 
 bool isInterrupted();

@@ -6,10 +6,10 @@
 
 #include <atomic>
 #include <cerrno>
+#include <csignal>
 
 #include <fcntl.h>
 #include <poll.h>
-#include <signal.h>
 #include <unistd.h>
 
 namespace cli {
@@ -38,12 +38,24 @@ extern "C" void onInterrupt(int) {
     errno = savedErrno;
 }
 
+constexpr int INTERRUPTS[] = {SIGINT, SIGTERM, SIGHUP};
+
 sigset_t interruptSignals() {
     sigset_t set;
     sigemptyset(&set);
-    sigaddset(&set, SIGINT);
-    sigaddset(&set, SIGTERM);
+    for (const int signal : INTERRUPTS) {
+        sigaddset(&set, signal);
+    }
     return set;
+}
+
+// Takes a signal over, unless whoever started the process had it ignored, as nohup does.
+void take(int signal, const struct sigaction &action) {
+    struct sigaction previous {};
+    ::sigaction(signal, nullptr, &previous);
+    if (previous.sa_handler != SIG_IGN) {
+        ::sigaction(signal, &action, nullptr);
+    }
 }
 
 } // namespace
@@ -62,8 +74,11 @@ void watchForInterrupts() {
     struct sigaction action {};
     action.sa_handler = onInterrupt;
     action.sa_mask = interruptSignals();
-    ::sigaction(SIGINT, &action, nullptr);
-    ::sigaction(SIGTERM, &action, nullptr);
+    for (const int signal : INTERRUPTS) {
+        take(signal, action);
+    }
+    // A reader of the output that has gone must not keep the session from being closed.
+    ::signal(SIGPIPE, SIG_IGN);
 }
 
 bool isInterrupted() {

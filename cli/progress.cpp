@@ -3,6 +3,7 @@
 #include "cli/terminal.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
 #include <iostream>
 
@@ -12,6 +13,9 @@ namespace {
 
 constexpr std::chrono::milliseconds REDRAW_INTERVAL{100};
 constexpr std::size_t BAR_MAX = 40;
+
+// 99:59:59.
+constexpr double CLOCK_MAX = 359999;
 
 unsigned percent(std::uint64_t sent, std::uint64_t total) {
     return total == 0 ? 100 : static_cast<unsigned>(sent * 100 / total);
@@ -30,7 +34,7 @@ std::string amount(double bytes) {
 }
 
 std::string clockTime(double seconds) {
-    const auto whole = static_cast<unsigned long>(std::min(seconds, 359999.0) + 0.5);
+    const auto whole = static_cast<unsigned long>(std::lround(std::min(seconds, CLOCK_MAX)));
     char text[32];
     if (whole >= 3600) {
         std::snprintf(text, sizeof text, "%lu:%02lu:%02lu", whole / 3600, whole / 60 % 60,

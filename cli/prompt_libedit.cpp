@@ -32,7 +32,8 @@ public:
         el_set(m_edit, EL_EDITOR, "emacs");
         el_set(m_edit, EL_HIST, history, m_history);
         el_wset(m_edit, EL_GETCFN, &EditedPrompt::readCharacter);
-        el_set(m_edit, EL_ADDFN, "complete-word", "Complete the word", &EditedPrompt::complete);
+        // Wide, since of narrow names the library makes copies that it never frees.
+        el_wset(m_edit, EL_ADDFN, L"complete-word", L"Complete the word", &EditedPrompt::complete);
         el_set(m_edit, EL_BIND, "^I", "complete-word", nullptr);
     }
     ~EditedPrompt() override {

@@ -20,15 +20,15 @@ bool isContinuation(char byte) {
 // Takes one character off the text; nothing when it does not begin with well-formed UTF-8.
 std::optional<char32_t> takeCharacter(std::string_view &text) {
     struct Form {
-        std::uint8_t mask;
-        std::uint8_t lead;
         std::size_t size;
         char32_t least;
+        std::uint8_t mask;
+        std::uint8_t lead;
     };
-    constexpr Form FORMS[] = {{0x80, 0x00, 1, 0},
-                              {0xE0, 0xC0, 2, 0x80},
-                              {0xF0, 0xE0, 3, 0x800},
-                              {0xF8, 0xF0, 4, 0x10000}};
+    constexpr Form FORMS[] = {{1, 0, 0x80, 0x00},
+                              {2, 0x80, 0xE0, 0xC0},
+                              {3, 0x800, 0xF0, 0xE0},
+                              {4, 0x10000, 0xF8, 0xF0}};
     const auto lead = static_cast<std::uint8_t>(text.front());
     for (const Form &form : FORMS) {
         if ((lead & form.mask) != form.lead || text.size() < form.size) {

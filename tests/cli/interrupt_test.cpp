@@ -42,15 +42,27 @@ TEST(Interrupt, AbortsTheWaitAndClosesTheSession) {
     EXPECT_EQ(device.snapshot().aborts, abortsBefore + 1);
 }
 
-TEST(Interrupt, AnswersTheRequestToTerminateTheSameWay) {
-    sim::Simulator device;
-    Tool event({"--port", device.port(), "event", "--json"});
-    ASSERT_TRUE(device.wait_pending("CEX", PATIENCE));
-    event.signal(SIGTERM);
-    const Outcome outcome = event.finish();
-    EXPECT_EQ(outcome.exit, 130);
-    EXPECT_EQ(nlohmann::json::parse(outcome.out)["problem"], "interrupted");
+TEST(Interrupt, AnswersOtherRequestsToEndTheSameWay) {
+    for (const int signal : {SIGTERM, SIGHUP}) {
+        sim::Simulator device;
+        Tool event({"--port", device.port(), "event", "--json"});
+        ASSERT_TRUE(device.wait_pending("CEX", PATIENCE));
+        event.signal(signal);
+        const Outcome outcome = event.finish();
+        EXPECT_EQ(outcome.exit, 130);
+        EXPECT_EQ(nlohmann::json::parse(outcome.out)["problem"], "interrupted");
+        EXPECT_FALSE(device.snapshot().open);
+    }
+}
+
+TEST(Interrupt, OutputThatNobodyReadsStillClosesTheSession) {
+    sim::Simulator device("capture notify \"A\" wait 100 notify \"B\" keys 1 enter");
+    Tool capture({"--port", device.port(), "capture"});
+    capture.closeOutput();
+    const Outcome outcome = capture.finish();
+    EXPECT_EQ(outcome.exit, 0);
     EXPECT_FALSE(device.snapshot().open);
+    EXPECT_EQ(device.snapshot().last_captured, "1");
 }
 
 TEST(Interrupt, ASecondOneLeavesAtOnce) {

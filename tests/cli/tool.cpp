@@ -126,8 +126,8 @@ void Tool::type(const std::string &text) {
     }
 }
 
-void Tool::endInput() {
-    closeEnd(m_input);
+void Tool::closeOutput() {
+    closeEnd(m_output);
 }
 
 void Tool::signal(int number) {
@@ -159,7 +159,12 @@ void Tool::readSome(milliseconds wait) {
 
 void Tool::waitForOutput(const std::string &text) {
     const auto end = steady_clock::now() + PATIENCE;
-    while (m_outcome.out.find(text) == std::string::npos) {
+    for (;;) {
+        const std::size_t at = m_outcome.out.find(text, m_seen);
+        if (at != std::string::npos) {
+            m_seen = at + text.size();
+            return;
+        }
         if (steady_clock::now() > end || m_output < 0) {
             throw std::runtime_error("'" + text + "' did not come, but: " + m_outcome.out +
                                      m_outcome.err);

@@ -30,14 +30,15 @@ public:
 
     /// Types, or writes to standard input.
     void type(const std::string &text);
-    void endInput();
+    /// Goes away as the reader of standard output.
+    void closeOutput();
     void signal(int number);
 
-    /// Waits until standard output (what the terminal shows, when all is one) has this text; throws
-    /// after some seconds.
+    /// Waits until standard output (what the terminal shows, when all is one) has this text after
+    /// the one last waited for; throws after some time.
     void waitForOutput(const std::string &text);
 
-    /// Waits for the end; throws after some seconds.
+    /// Waits for the end; throws after some time.
     Outcome finish();
 
 private:
@@ -48,6 +49,7 @@ private:
     int m_output = -1;
     int m_error = -1;
     Outcome m_outcome;
+    std::size_t m_seen = 0;
     std::chrono::steady_clock::time_point m_start = std::chrono::steady_clock::now();
 };
 

@@ -176,7 +176,7 @@ TEST(Trace, ShowsThePayloadOfAnEncryptedFrameAndMasksWhatIsInIt) {
 TEST(Trace, MasksAFrameThatCouldNotBeDecrypted) {
     static const Names names;
     const std::string wire = frameOf("4711", true);
-    AbecsLinkEvent event = eventOf(ABECS_LINK_FRAME, ABECS_LINK_FROM_DEVICE, wire, "");
+    AbecsLinkEvent event = eventOf(ABECS_LINK_FRAME, ABECS_LINK_FROM_DEVICE, wire, wire);
     event.encrypted = true;
     event.body = nullptr;
     const std::string masked = layOut("", tellAbecsFrame(event, names, MASKED));
@@ -188,7 +188,8 @@ TEST(Trace, MasksAFrameThatCouldNotBeDecrypted) {
 TEST(Trace, MasksAFrameThatDoesNotCarryItsBody) {
     static const Names names;
     const std::string wire = frameOf("GCD0004711");
-    const AbecsLinkEvent event = eventOf(ABECS_LINK_FRAME, ABECS_LINK_FROM_DEVICE, wire, "GCD000");
+    const std::string body = "GCD000";
+    const AbecsLinkEvent event = eventOf(ABECS_LINK_FRAME, ABECS_LINK_FROM_DEVICE, wire, body);
     const std::string masked = layOut("", tellAbecsFrame(event, names, MASKED));
     EXPECT_THAT(masked, HasSubstr("frame that does not carry its body"));
     EXPECT_THAT(masked, Not(HasSubstr("34 37 31 31")));
