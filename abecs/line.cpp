@@ -21,6 +21,10 @@ void abecs_line_write_control(PclSerialPort *port, AbecsLinkFraming_e framing, s
     });
 }
 
+void abecs_line_drop_late_input(PclSerialPort *port) {
+    static_cast<void>(pcl_attempt([&] { pcl_serial_purge(port, PCL_SERIAL_PURGE_RX); }));
+}
+
 void abecs_line_drain(PclSerialPort *port, AbecsLinkFraming_e framing) {
     pcl_guarded([&] {
         pcl_serial_set_timeout(port, ABECS_DRAIN_SILENCE);

@@ -63,6 +63,10 @@ private:
 std::uint8_t abecs_line_read_answer(PclSerialPort *port, AbecsLinkFraming_e framing);
 void abecs_line_write_control(PclSerialPort *port, AbecsLinkFraming_e framing, std::uint8_t byte);
 
+/// Discards what came before a command is sent: it is late and must not be taken for the
+/// acknowledgement. Raises nothing; a line that is gone shows it at the write that follows.
+void abecs_line_drop_late_input(PclSerialPort *port);
+
 /// Discards input until the line has been silent for 0.5 s, then purges both queues.
 void abecs_line_drain(PclSerialPort *port, AbecsLinkFraming_e framing);
 

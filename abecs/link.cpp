@@ -128,9 +128,7 @@ void abecs_link_send_frame(AbecsPinpad *pinpad, AbecsPacket *packet, AbecsPacket
     pcl_guarded([&] {
         abecs_pinpad_pace(pinpad);
         abecs_pinpad_check_not_blocked(pinpad);
-        // With nothing pending, whatever still lies in the queue is late and must not be taken for
-        // the acknowledgement of this command.
-        pcl_serial_purge(pinpad->port, PCL_SERIAL_PURGE_RX);
+        abecs_line_drop_late_input(pinpad->port);
         char cmdId[ABECS_CMD_ID_LENGTH + 1];
         abecs_packet_get_cmd_id(packet, cmdId, sizeof cmdId);
         AbecsPacket *body = encrypted == nullptr ? packet : encrypted;

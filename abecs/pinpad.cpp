@@ -143,7 +143,9 @@ void abecs_pinpad_require_pending(AbecsPinpad *pinpad, const char *cmdId) {
 }
 
 void abecs_pinpad_store_pending(AbecsPinpad *pinpad, const char *cmdId) {
-    pinpad->pendingCmdId.store(packPendingId(cmdId));
+    if (isGiven(pinpad)) {
+        pinpad->pendingCmdId.store(packPendingId(cmdId));
+    }
 }
 
 void abecs_pinpad_pace(AbecsPinpad *pinpad) {
@@ -159,5 +161,7 @@ void abecs_pinpad_pace(AbecsPinpad *pinpad) {
 }
 
 void abecs_pinpad_mark_command_time(AbecsPinpad *pinpad) {
-    pinpad->lastCommandTime = pcl_time_millis();
+    if (isGiven(pinpad)) {
+        pinpad->lastCommandTime = pcl_time_millis();
+    }
 }

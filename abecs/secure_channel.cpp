@@ -48,6 +48,14 @@ struct SecretBytes {
     static constexpr std::size_t size() { return Size; }
 };
 
+bool isGiven(const AbecsPinpad *pinpad) {
+    if (pinpad == nullptr) {
+        pcl_raise(PCL_RESULT_ILLEGAL_ARGUMENT, "'pinpad' is NULL");
+        return false;
+    }
+    return true;
+}
+
 AbecsRspStat_e readOpenHeader(AbecsPacket *packet) {
     if (abecsPacketAvailable(packet) < RSP_HEADER_SIZE) {
         pcl_raise(PCL_RESULT_PROTOCOL_ERROR, "Unrecognized response");
@@ -161,8 +169,7 @@ using PayloadBytes = SecretBytes<ABECS_PACKET_CAPACITY>;
 } // namespace
 
 AbecsRspStat_e abecs_open(AbecsPinpad *pinpad, std::uint8_t secureFlag) {
-    if (pinpad == nullptr) {
-        pcl_raise(PCL_RESULT_ILLEGAL_ARGUMENT, "'pinpad' is NULL");
+    if (!isGiven(pinpad)) {
         return ABECS_RSP_STAT_ST_INTERR;
     }
     return pcl_guarded(ABECS_RSP_STAT_ST_INTERR, [&] {
@@ -205,6 +212,9 @@ AbecsRspStat_e abecs_open_secure(AbecsPinpad *pinpad, std::uint8_t *keyInstalled
 }
 
 void abecs_secure_send(AbecsPinpad *pinpad, AbecsPacket *packet) {
+    if (!isGiven(pinpad)) {
+        return;
+    }
     pcl_guarded([&] {
         const AesKeyPtr cipher(
             pcl_aes_key_create(pinpad->sessionKey.data(), pinpad->sessionKey.size()));
@@ -234,6 +244,9 @@ void abecs_secure_send(AbecsPinpad *pinpad, AbecsPacket *packet) {
 }
 
 void abecs_decrypt_response(AbecsPinpad *pinpad, AbecsPacket *packet) {
+    if (!isGiven(pinpad)) {
+        return;
+    }
     pcl_guarded([&] {
         const std::size_t size = abecsPacketAvailable(packet);
         // An empty payload is no message of the channel either.

@@ -7,7 +7,8 @@
 #include <cstdint>
 
 /// Opening a session (OPN), plain or with the exchange of a session key, and the encrypted form in
-/// which packets travel on the secure channel.
+/// which packets travel on the secure channel. Every operation raises PCL_RESULT_ILLEGAL_ARGUMENT
+/// "'pinpad' is NULL" for a null session.
 
 /// Opens the session; secureFlag 1 sets up the secure channel, any other value does not. Returns
 /// the status of the PIN pad's answer; a secure open that was answered with ABECS_RSP_STAT_ST_OK

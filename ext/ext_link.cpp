@@ -89,9 +89,7 @@ void abecs_ext_send_packet(AbecsPinpad *pinpad, AbecsPacket *packet) {
     pcl_guarded([&] {
         abecs_pinpad_pace(pinpad);
         abecs_pinpad_check_not_blocked(pinpad);
-        // With nothing pending, whatever still lies in the queue is late and must not be taken for
-        // the acknowledgement of this command.
-        pcl_serial_purge(pinpad->port, PCL_SERIAL_PURGE_RX);
+        abecs_line_drop_late_input(pinpad->port);
         abecs_line_send_frame(pinpad->port, ABECS_LINK_EXTENSION, false, packet,
                               [&](AbecsLine &line) { writeFrame(line, packet); });
         abecs_pinpad_mark_command_time(pinpad);
