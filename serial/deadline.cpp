@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cerrno>
 
-#include <time.h>
+#include <ctime>
 
 using std::chrono::nanoseconds;
 using std::chrono::seconds;
