@@ -45,7 +45,7 @@ run_tests() { # preset, more arguments of ctest
         echo "The tests of build/$preset failed." >&2
         exit 1
     }
-    tail -n 4 "build/$preset/ctest.log"
+    grep -E 'tests passed|Total Test time' "build/$preset/ctest.log"
 }
 
 case "${1:-}" in
