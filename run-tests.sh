@@ -21,7 +21,7 @@ EOF
 library='core serial abecs ext api'
 jobs=$(nproc)
 # Most tests wait for the line, not for the processor: let the waits overlap.
-parallel_tests=$((jobs * 8))
+parallel_tests=$((jobs * 4))
 started=$(date +%s)
 
 step() {

@@ -21,7 +21,7 @@ using peer::Bytes;
 using peer::Peer;
 using peer::operator+;
 
-inline constexpr std::uint32_t TIME_DIVISOR = 20; // 2 s become 100 ms, 0.5 s become 25 ms
+inline constexpr std::uint32_t TIME_DIVISOR = 8; // 2 s become 250 ms, 0.5 s become 62 ms
 
 inline const Bytes ACK = {0x06};
 inline const Bytes NAK = {0x15};
