@@ -46,6 +46,9 @@ public:
     std::optional<std::string> ask() override {
         const PromptInterrupts guard;
         int length = 0;
+        // The library shows the prompt before it takes the terminal over, and would lose a Ctrl-D
+        // that is typed in between.
+        el_set(m_edit, EL_PREP_TERM, 1);
         const char *typed = el_gets(m_edit, &length);
         if (isInterrupted()) {
             forgetInterrupt();
