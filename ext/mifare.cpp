@@ -110,9 +110,10 @@ void putBlock(AbecsPacket *packet, std::uint16_t block) {
     abecsFieldPutNumber(packet, block, BLOCK_DIGITS);
 }
 
+// Unlike the key of MF02, these are plain text.
 void putKey(AbecsPacket *packet, char type, const char *key) {
     abecs_ext_put_char(packet, type);
-    abecs_ext_put_raw_text(packet, key);
+    abecs_ext_put_text(packet, key);
 }
 
 // Some terminals answer these commands with the digits' values instead of the digits.

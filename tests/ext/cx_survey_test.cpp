@@ -2,6 +2,8 @@
 #include "ext/survey.h"
 #include "tests/ext/asynchronous_fixture.h"
 
+#include <cstring>
+
 namespace {
 
 using namespace line;

@@ -110,6 +110,17 @@ TEST_F(ExtLink, KeepsTheTimeOfTheLastAcknowledgement) {
     EXPECT_EQ(1U, pinpad()->lastCommandTime);
 }
 
+TEST_F(ExtLink, DoesNotTakeWhatCameBeforeTheRequestForItsVerdict) {
+    m_peer.play([](Peer &line) { line.write(NAK + ACK + bytes("late")); });
+    m_peer.finish();
+    const auto waiting = [&] { return pcl_serial_bytes_available(pinpad()->port); };
+    for (int i = 0; i < 1000 && waiting() < 6; ++i) {
+        pcl_sleep_millis(1);
+    }
+    ASSERT_EQ(6U, waiting());
+    expectExchangeWorks();
+}
+
 TEST_F(ExtLink, RefusesAnotherVerdictAndDrains) {
     m_peer.play([](Peer &line) {
         line.expect(frame("MF01"));
@@ -359,6 +370,7 @@ TEST_F(ExtLink, DoesNotTakeAHangUpForSilence) {
     m_peer.hangUp();
     EXPECT_FAILURE(abecs_ext_drain_input(pinpad()->port), PCL_RESULT_IO_ERROR,
                    "ReadFile() error: 5");
+    EXPECT_FAILURE(send(bytes("MF01")), PCL_RESULT_IO_ERROR, "WriteFile() error: 5");
     EXPECT_FAILURE(abecs_ext_send_control(pinpad(), 0x04), PCL_RESULT_IO_ERROR,
                    "WriteFile() error: 5");
     EXPECT_FAILURE(receive(), PCL_RESULT_IO_ERROR, "ReadFile() error: 5");

@@ -2,7 +2,9 @@
 #include "tests/ext/ext_fixture.h"
 
 #include <array>
+#include <cstring>
 #include <functional>
+#include <string>
 #include <vector>
 
 namespace {
@@ -441,6 +443,13 @@ TEST_F(Mifare, IsNotSentWithCharactersItCannotHold) {
         ILLEGAL, detail);
     expectRefused([&] { return abecs_mf_key_change(pinpad(), 1, KEY, key, status()); }, ILLEGAL,
                   detail);
+    const char *highKey = "A0A1A2A3A4A\x80";
+    detail = "Invalid character (0x80) at position 11";
+    expectRefused(
+        [&] { return abecs_mf_block_config_set(pinpad(), 1, KEY, highKey, "011", status()); },
+        ILLEGAL, detail);
+    expectRefused([&] { return abecs_mf_key_change(pinpad(), 1, highKey, KEY_B, status()); },
+                  ILLEGAL, detail);
     expectUntouched();
     answer("MF020001A\x80\xFF          \xA0", "MF0200");
     expectOk([&] {
