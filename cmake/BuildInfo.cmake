@@ -8,13 +8,16 @@ function(git_output variable)
         OUTPUT_STRIP_TRAILING_WHITESPACE
         ERROR_QUIET
         RESULT_VARIABLE result)
-    if(NOT result EQUAL 0)
+    if(NOT result EQUAL 0 OR path_in_repository)
         set(output "")
     endif()
     set(${variable} "${output}" PARENT_SCOPE)
 endfunction()
 
 string(TIMESTAMP PINPAD_BUILD_DATE "%Y-%m-%d %H:%M:%S UTC" UTC)
+
+# Sources that lie inside another project's repository have no revision of their own.
+git_output(path_in_repository rev-parse --show-prefix)
 
 git_output(PINPAD_REVISION rev-parse --verify HEAD)
 if(NOT PINPAD_REVISION MATCHES "^[0-9a-f]+$")

@@ -1,5 +1,6 @@
 #!/bin/sh
-# Fails unless a shared library exports exactly the listed names: compare_symbols.sh LIBRARY LIST
+# Fails unless a shared library exports exactly the listed names and bears the name that hosts are
+# linked to: compare_symbols.sh LIBRARY LIST SONAME
 set -eu
 
 exported=$(nm --dynamic --defined-only "$1" | awk '{ sub(/@.*/, "", $3); print $3 }' | LC_ALL=C sort)
@@ -10,3 +11,10 @@ if [ "$exported" != "$expected" ]; then
     exit 1
 fi
 echo "$(echo "$exported" | wc -l) names, as listed"
+
+soname=$(readelf --dynamic --wide "$1" | sed -n 's/.*(SONAME).*\[\(.*\)\]$/\1/p')
+if [ "$soname" != "$3" ]; then
+    echo "The library's name is $soname, not $3" >&2
+    exit 1
+fi
+echo "$soname, as expected"

@@ -6,6 +6,9 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <cstdint>
+#include <filesystem>
+#include <iterator>
 #include <memory>
 #include <string>
 
@@ -46,9 +49,33 @@ protected:
         lastMessage.clear();
     }
 
+    /// Whatever came before, a session on this device goes from its opening to its end.
+    void expectWholeSession(std::uint8_t secure = 0) {
+        open(secure);
+        expectCapture();
+        EXPECT_EQ(PINPAD_OK, library.close("WHOLE"));
+        expectNoFailure();
+        EXPECT_EQ("WHOLE", device->snapshot().idle_message);
+    }
+    /// A customer types, on the open session.
+    void expectCapture() {
+        library.getClearData(1, 1, 8, 0);
+        expectNoFailure();
+        device->press("7");
+        device->press_key(sim::Key::enter);
+        EXPECT_EQ(PINPAD_OK, library.getClearDataResponse(digits.data(), nullptr));
+        expectNoFailure();
+        EXPECT_STREQ("7", digits.data());
+    }
+
     std::string lastCommand() const {
         const std::vector<sim::Bytes> commands = device->commands();
         return commands.empty() ? "" : std::string(commands.back().begin(), commands.back().end());
+    }
+
+    static std::size_t openDescriptors() {
+        using Entries = std::filesystem::directory_iterator;
+        return static_cast<std::size_t>(std::distance(Entries("/proc/self/fd"), Entries()));
     }
 
     static void PINPAD_CALL record(std::int32_t code, const char *message) {

@@ -1,17 +1,6 @@
 #include "tests/api/exports_fixture.h"
 
-#include <filesystem>
-
 namespace {
-
-std::size_t openDescriptors() {
-    std::size_t count = 0;
-    for ([[maybe_unused]] const auto &entry :
-         std::filesystem::directory_iterator("/proc/self/fd")) {
-        ++count;
-    }
-    return count;
-}
 
 TEST_F(Exports, RunASessionInClear) {
     plugIn("capture notify \"TYPE ON\" keys 12345 enter\n");
@@ -76,24 +65,6 @@ TEST_F(Exports, CloseRefusesATooLongMessageAndKeepsTheSession) {
     EXPECT_EQ(before, device->commands().size());
     EXPECT_EQ(PINPAD_OK, library.close(std::string(32, '\xE7').c_str()));
     expectNoFailure();
-}
-
-TEST_F(Exports, NeedASession) {
-    const std::string noSession = "[PCL_RESULT_ILLEGAL_ARGUMENT] 'pinpad' is NULL";
-    EXPECT_EQ(PINPAD_FAILED, library.close("BYE"));
-    expectFailure(PINPAD_ERROR_ILLEGAL_ARGUMENT, noSession);
-    EXPECT_EQ(PINPAD_FAILED, library.closeExtended("BYE", nullptr));
-    expectFailure(PINPAD_ERROR_ILLEGAL_ARGUMENT, noSession);
-    library.getClearData(1, 1, 1, 1);
-    expectFailure(PINPAD_ERROR_ILLEGAL_ARGUMENT, noSession);
-    EXPECT_EQ(PINPAD_FAILED, library.getClearDataResponse(digits.data(), nullptr));
-    expectFailure(PINPAD_ERROR_ILLEGAL_ARGUMENT, noSession);
-    EXPECT_EQ(PINPAD_FAILED, library.activate(digits.data(), notification.data()));
-    expectFailure(PINPAD_ERROR_ILLEGAL_ARGUMENT, noSession);
-    library.surveyStart(1, 1, 4, 0, nullptr, 0, nullptr);
-    expectFailure(PINPAD_ERROR_ILLEGAL_ARGUMENT, noSession);
-    EXPECT_EQ(PINPAD_FAILED, library.surveyGet(digits.data()));
-    expectFailure(PINPAD_ERROR_ILLEGAL_ARGUMENT, noSession);
 }
 
 TEST_F(Exports, OpenTellsWhyItFailed) {

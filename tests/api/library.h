@@ -41,11 +41,30 @@ public:
     decltype(&pcl_exception_set_uncaught_handler) setHandler =
         find<decltype(&pcl_exception_set_uncaught_handler)>("pcl_exception_set_uncaught_handler");
     decltype(&taviskMF_Activate) activate = find<decltype(&taviskMF_Activate)>("taviskMF_Activate");
+    decltype(&taviskMF_Authenticate) authenticate =
+        find<decltype(&taviskMF_Authenticate)>("taviskMF_Authenticate");
+    decltype(&taviskMF_ReadWrite) readWrite =
+        find<decltype(&taviskMF_ReadWrite)>("taviskMF_ReadWrite");
+    decltype(&taviskMF_ValueCommand) valueCommand =
+        find<decltype(&taviskMF_ValueCommand)>("taviskMF_ValueCommand");
+    decltype(&taviskMF_BlockConfigGet) blockConfigGet =
+        find<decltype(&taviskMF_BlockConfigGet)>("taviskMF_BlockConfigGet");
+    decltype(&taviskMF_BlockConfigSet) blockConfigSet =
+        find<decltype(&taviskMF_BlockConfigSet)>("taviskMF_BlockConfigSet");
+    decltype(&taviskMF_KeyChange) keyChange =
+        find<decltype(&taviskMF_KeyChange)>("taviskMF_KeyChange");
+    decltype(&taviskQRCode) qrCode = find<decltype(&taviskQRCode)>("taviskQRCode");
     decltype(&taviskQRCode_response) qrCodeResponse =
         find<decltype(&taviskQRCode_response)>("taviskQRCode_response");
     decltype(&taviskSURVEY_Start) surveyStart =
         find<decltype(&taviskSURVEY_Start)>("taviskSURVEY_Start");
     decltype(&taviskSURVEY_Get) surveyGet = find<decltype(&taviskSURVEY_Get)>("taviskSURVEY_Get");
+    decltype(&taviskSURVEY_Stop) surveyStop =
+        find<decltype(&taviskSURVEY_Stop)>("taviskSURVEY_Stop");
+    decltype(&taviskCXSurveys_Start) cxSurveysStart =
+        find<decltype(&taviskCXSurveys_Start)>("taviskCXSurveys_Start");
     decltype(&taviskCXSurveys_Get) cxSurveysGet =
         find<decltype(&taviskCXSurveys_Get)>("taviskCXSurveys_Get");
+    decltype(&taviskCXSurveys_Stop) cxSurveysStop =
+        find<decltype(&taviskCXSurveys_Stop)>("taviskCXSurveys_Stop");
 };
