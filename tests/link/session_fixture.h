@@ -10,7 +10,8 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
-#include <cstring>
+#include <filesystem>
+#include <iterator>
 #include <memory>
 
 namespace line {
@@ -23,6 +24,10 @@ using peer::operator+;
 
 inline constexpr std::uint32_t TIME_DIVISOR = 8; // 2 s become 250 ms, 0.5 s become 62 ms
 
+/// Longer than the library now waits for an answer of one byte, and for a response.
+inline constexpr std::chrono::milliseconds PAST_ANSWER = 2000ms / TIME_DIVISOR + 100ms;
+inline constexpr std::chrono::milliseconds PAST_RESPONSE = 10000ms / TIME_DIVISOR + 100ms;
+
 inline const Bytes ACK = {0x06};
 inline const Bytes NAK = {0x15};
 inline const Bytes SYN = {0x16};
@@ -34,6 +39,21 @@ inline const Bytes ETB = {0x17};
 inline const Bytes COMMAND = SYN + bytes("DEX003000") + ETB + Bytes{0x38, 0xB6};
 inline const Bytes ANSWER = SYN + bytes("DEX000") + ETB + Bytes{0xAC, 0x2B};
 
+using Milliseconds = std::chrono::duration<double, std::milli>;
+
+template <typename Body>
+Milliseconds timeOf(Body body) {
+    const auto start = std::chrono::steady_clock::now();
+    body();
+    return std::chrono::steady_clock::now() - start;
+}
+
+/// How many files this process has open.
+inline std::ptrdiff_t openFiles() {
+    return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {});
+}
+
+/// A session with a far end that the test plays.
 class Link : public testing::Test {
 protected:
     void SetUp() override {
@@ -62,6 +82,37 @@ protected:
     void send(const char *body) {
         put(bytes(body));
         abecs_link_send_command(pinpad(), packet());
+    }
+
+    void expectSent(const Bytes &body, const Bytes &frame) {
+        m_peer.play([frame](Peer &line) {
+            line.expect(frame);
+            line.write(ACK);
+            line.expectSilence(50ms);
+        });
+        put(body);
+        EXPECT_NO_FAILURE(abecs_link_send_command(pinpad(), packet()));
+        EXPECT_EQ(body, content());
+        m_peer.finish();
+    }
+
+    // The frame is taken at the first go, and no acknowledgement of it is sent.
+    void expectReceived(const Bytes &frame, const Bytes &body) {
+        m_peer.play([frame](Peer &line) {
+            line.write(frame);
+            line.expectSilence(50ms);
+        });
+        EXPECT_NO_FAILURE(EXPECT_EQ(packet(), abecs_link_receive_response(pinpad(), packet())));
+        EXPECT_EQ(body, content());
+        m_peer.finish();
+    }
+
+    // Bytes that the far end has sent are there to be read.
+    void waitForInput(std::size_t count) {
+        for (int i = 0; i < 500 && pcl_serial_bytes_available(pinpad()->port) < count; ++i) {
+            pcl_sleep_millis(2);
+        }
+        ASSERT_EQ(count, pcl_serial_bytes_available(pinpad()->port));
     }
 
     // After whatever came before, a plain exchange works.
