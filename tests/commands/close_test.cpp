@@ -1,5 +1,8 @@
 #include "abecs/commands/close.h"
+#include "abecs/commands/display.h"
 #include "tests/commands/device_fixture.h"
+
+#include <algorithm>
 
 namespace {
 
@@ -90,6 +93,34 @@ TEST_P(Close, ClxReadsTheAnswer) {
     EXPECT_FAILURE(close(), PCL_RESULT_IO_ERROR, "Invalid packet (not enough data)");
     EXPECT_FAILURE(close(), PCL_RESULT_PROTOCOL_ERROR, "(CLX) Invalid RSP_ID: CLO)");
     EXPECT_NO_FAILURE(EXPECT_EQ(0, close()));
+}
+
+TEST_P(Close, EndsTheChannelOnceAcknowledgedWhateverComesThen) {
+    for (const char *id : {"CLO", "CLX"}) {
+        plugIn(std::string("fault response ") + id + " silent\n");
+        EXPECT_FAILURE(id == std::string("CLO") ? abecs_clo(pinpad(), "BYE")
+                                                : abecs_clx(pinpad(), "BYE", nullptr),
+                       PCL_RESULT_TIMEOUT_ERROR, "Timeout waiting for data");
+        EXPECT_EQ(GetParam(), sentEncrypted());
+        EXPECT_EQ(0, pinpad()->secure);
+        EXPECT_TRUE(std::all_of(pinpad()->sessionKey.begin(), pinpad()->sessionKey.end(),
+                                [](std::uint8_t byte) { return byte == 0; }));
+        EXPECT_NO_FAILURE(EXPECT_EQ(0, abecs_dex(pinpad(), "STILL HERE")));
+        EXPECT_EQ("DEX013010STILL HERE", sent());
+        EXPECT_FALSE(sentEncrypted());
+    }
+}
+
+TEST_P(Close, KeepsTheChannelUntilAcknowledged) {
+    plugIn("fault ack CLO nak times 3\nfault ack CLX nak times 3\n");
+    EXPECT_FAILURE(abecs_clo(pinpad(), "BYE"), PCL_RESULT_PROTOCOL_ERROR, "Packet was rejected");
+    EXPECT_FAILURE(abecs_clx(pinpad(), "BYE", nullptr), PCL_RESULT_PROTOCOL_ERROR,
+                   "Packet was rejected");
+    EXPECT_EQ(GetParam() ? 1 : 0, pinpad()->secure);
+    EXPECT_NO_FAILURE(EXPECT_EQ(0, abecs_clo(pinpad(), "BYE")));
+    EXPECT_EQ("CLO032BYE                             ", sent());
+    EXPECT_EQ(GetParam(), sentEncrypted());
+    EXPECT_EQ("BYE", device().snapshot().idle_message);
 }
 
 } // namespace
