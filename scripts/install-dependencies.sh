@@ -4,23 +4,27 @@
 #   scripts/install-dependencies.sh build      to build the library and the virtual PIN pad
 #   scripts/install-dependencies.sh test       to run the tests as well
 #   scripts/install-dependencies.sh coverage   to measure what the tests reach as well
+#   scripts/install-dependencies.sh bench      to run the benchmarks beside their neighbours
 #   scripts/install-dependencies.sh windows    to build the Windows DLLs and run them under Wine
 #
 # Needs root, or sudo, only when something is missing.
 set -eu
 
-build_packages='binutils cmake g++ libboost-dev libcli11-dev libedit-dev libssl-dev libtomcrypt-dev
+build_packages='binutils cmake g++ libboost-dev libcli11-dev libedit-dev libqrencode-dev libssl-dev libtomcrypt-dev
     libtommath-dev ninja-build nlohmann-json3-dev pkg-config'
-test_packages='clang clang-format clang-tidy libclang-rt-14-dev libgmock-dev libgtest-dev python3'
+test_packages='clang clang-format clang-tidy libclang-rt-14-dev libgmock-dev libgtest-dev libzbar-dev
+    python3'
+bench_packages='libbenchmark-dev libmodbus-dev python3 strace'
 windows_packages='dpkg-dev g++-mingw-w64-i686-posix g++-mingw-w64-x86-64-posix wine wine64'
 
 case "${1:-}" in
     build) packages=$build_packages ;;
     test) packages="$build_packages $test_packages" ;;
     coverage) packages="$build_packages $test_packages gcovr" ;;
+    bench) packages="$build_packages $bench_packages" ;;
     windows) packages="$build_packages $windows_packages" ;;
     *)
-        echo "usage: $0 build|test|coverage|windows" >&2
+        echo "usage: $0 build|test|coverage|bench|windows" >&2
         exit 2
         ;;
 esac
