@@ -19,10 +19,12 @@ void PCL_CALL pcl_free(void *block) {
 }
 
 void pcl_wipe(void *data, std::size_t size) {
-    auto *byte = static_cast<volatile unsigned char *>(data);
-    for (std::size_t i = 0; byte != nullptr && i < size; ++i) {
-        byte[i] = 0;
+    if (data == nullptr) {
+        return;
     }
+    std::memset(data, 0, size);
+    // The compiler has to take the zeros for read here, so that it cannot leave them out.
+    __asm__ __volatile__("" : : "r"(data) : "memory");
 }
 
 void *pcl_memdup(const void *data, std::size_t size) {
