@@ -1,45 +1,18 @@
 #include "bench/device.h"
+#include "bench/media.h"
 #include "bench/stats.h"
 
 #include "abecs/commands/capture.h"
-#include "abecs/commands/media.h"
 #include "abecs/pinpad.h"
 
 #include <array>
-#include <cstdio>
 #include <stdexcept>
-
-#include <unistd.h>
 
 namespace bench {
 
 namespace {
 
 constexpr double BYTES_PER_SECOND = 1920;
-
-// A file that is gone when the object is.
-class MediaFile {
-public:
-    explicit MediaFile(std::size_t size) : path_("/tmp/pinpad-bench-XXXXXX") {
-        const int fd = ::mkstemp(path_.data());
-        if (fd < 0 || ::ftruncate(fd, static_cast<off_t>(size)) != 0) {
-            throw std::runtime_error("no temporary file");
-        }
-        ::close(fd);
-    }
-    ~MediaFile() { ::unlink(path_.c_str()); }
-    MediaFile(const MediaFile &) = delete;
-    MediaFile &operator=(const MediaFile &) = delete;
-
-    const char *path() const { return path_.c_str(); }
-
-private:
-    std::string path_;
-};
-
-void load(AbecsPinpad *pinpad, const MediaFile &file) {
-    abecsMediaLoad(pinpad, file.path(), "BENCH", 0, nullptr, nullptr);
-}
 
 void capture(AbecsPinpad *pinpad) {
     std::array<char, 64> digits{};
@@ -75,28 +48,12 @@ void measureLine(Table &table, std::size_t longLoad) {
                   [&] { capture(pinpad.get()); });
     const MediaFile small(4096);
     measureOnLine(table, "media load of 4 KiB", table.rounds(), device,
-                  [&] { load(pinpad.get(), small); });
+                  [&] { small.load(pinpad.get()); });
     if (longLoad > 0) {
         const MediaFile big(longLoad);
         const std::string subject = "media load of " + std::to_string(longLoad / 1024) + " KiB";
-        measureOnLine(table, subject.c_str(), 1, device, [&] { load(pinpad.get(), big); });
+        measureOnLine(table, subject.c_str(), 1, device, [&] { big.load(pinpad.get()); });
     }
-}
-
-void measureGrowth(const std::string &path) {
-    std::FILE *out = std::fopen(path.c_str(), "w");
-    if (out == nullptr) {
-        throw std::runtime_error("cannot write " + path);
-    }
-    Device device(Device::Speaks::ABECS);
-    const AbecsPinpadPtr pinpad(abecs_pinpad_create(device.port().c_str()));
-    std::fputs("subject,size,cpu_seconds\n", out);
-    for (std::size_t size = 1024; size <= (std::size_t{1} << 24U); size *= 4) {
-        const MediaFile file(size);
-        const double time = seconds(Clock::CPU, [&] { load(pinpad.get(), file); });
-        std::fprintf(out, "media,%zu,%.9f\n", size, time);
-    }
-    std::fclose(out);
 }
 
 } // namespace bench

@@ -1,0 +1,35 @@
+#pragma once
+
+#include "abecs/commands/media.h"
+
+#include <cstdlib>
+#include <stdexcept>
+#include <string>
+
+#include <unistd.h>
+
+namespace bench {
+
+// A file to be loaded, which is gone when the object is.
+class MediaFile {
+public:
+    explicit MediaFile(std::size_t size) : path_("/tmp/pinpad-bench-XXXXXX") {
+        const int fd = ::mkstemp(path_.data());
+        if (fd < 0 || ::ftruncate(fd, static_cast<off_t>(size)) != 0) {
+            throw std::runtime_error("no temporary file");
+        }
+        ::close(fd);
+    }
+    ~MediaFile() { ::unlink(path_.c_str()); }
+    MediaFile(const MediaFile &) = delete;
+    MediaFile &operator=(const MediaFile &) = delete;
+
+    void load(AbecsPinpad *pinpad) const {
+        abecsMediaLoad(pinpad, path_.c_str(), "BENCH", 0, nullptr, nullptr);
+    }
+
+private:
+    std::string path_;
+};
+
+} // namespace bench
