@@ -1,7 +1,7 @@
 #!/bin/sh
 # Builds the benchmarks, runs them and leaves the figures in build/bench/results:
 # ratios.md and ratios.json (one table), growth.csv and plots (SVG), syscalls.txt, size.txt,
-# micro.txt and secure_open.txt.
+# micro.txt, secure_open.txt, load.txt and machine.txt (how busy the machine was).
 set -eu
 cd "$(dirname "$0")"
 
@@ -34,10 +34,10 @@ esac
 scripts/install-dependencies.sh bench
 
 build=build/bench
-results=$build/results
+results=$PWD/$build/results
 cmake --preset release -B "$build" -DPINPAD_BUILD_CLI=OFF -DPINPAD_BUILD_EXAMPLES=OFF \
     -DPINPAD_BUILD_TESTS=OFF >/dev/null
-cmake --build "$build" -j "$(nproc)" --target ratios micro secure_open pinpad
+cmake --build "$build" -j "$(nproc)" --target ratios micro secure_open load_library pinpad pinpad-sim
 mkdir -p "$results"
 
 echo '== Ratios'
@@ -47,6 +47,21 @@ echo '== Single paths'
 "$build/bin/micro" --benchmark_min_time=0.05 >"$results/micro.txt" 2>/dev/null
 echo '== Secure open'
 "$build/bin/secure_open" "$open_rounds" | tee "$results/secure_open.txt"
+echo '== First load'
+"$build/bin/pinpad-sim" --quiet --link "$results/port" >/dev/null &
+device=$!
+trap 'kill "$device" 2>/dev/null || true' EXIT
+sleep 1
+round=0
+: >"$results/load.txt"
+while [ "$round" -lt "$rounds" ]; do
+    "$build/bin/load_library" "$PWD/$build/lib/libpinpad.so" "$results/port" \
+        | tee -a "$results/load.txt"
+    round=$((round + 1))
+done
+kill "$device"
+wait "$device" || true
+trap - EXIT
 echo '== System calls'
 bench/count-syscalls.sh "$build/bin/ratios" | tee "$results/syscalls.txt"
 echo '== Size'
