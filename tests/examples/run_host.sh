@@ -1,6 +1,7 @@
 #!/bin/sh
 # Runs a host against the virtual PIN pad: run_host.sh SIMULATOR SCENARIO LOG COMMAND...
 # PORT among the words of the command stands for the port. What the host prints goes to LOG too.
+# Ends with the host's exit status.
 set -eu
 
 simulator=$1
@@ -36,10 +37,11 @@ for word in "$@"; do
     shift
 done
 
-if ! "$@" >"$log" 2>&1; then
-    cat "$log"
+status=0
+"$@" >"$log" 2>&1 || status=$?
+cat "$log"
+if [ "$status" -ne 0 ]; then
     echo '--- what the device saw' >&2
     tail -n 20 "$work/account" >&2
-    exit 1
 fi
-cat "$log"
+exit "$status"
