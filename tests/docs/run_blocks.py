@@ -1,0 +1,245 @@
+#!/usr/bin/env python3
+"""Runs or compiles every fenced block of the documents, so that none of them can be wrong.
+
+usage: run_blocks.py --root DIR --bin DIR --library FILE [--transcripts-elsewhere FILE] DOCUMENT...
+
+    console     each "$ COMMAND" is run in a folder of its own and must print what follows it; one
+                with nothing after it must only succeed; "$ cat FILE" makes the file
+    sh          each line must be one of the commands known here
+    c, cpp      compiled against the header with warnings as errors
+    python      byte-compiled
+    csharp      compiled where mcs is installed
+    frame       checked by the test of the wire format
+    text        not code
+    (nothing)   figures, in docs/performance.md only
+"""
+
+import argparse
+import json
+import os
+import re
+import shutil
+import signal
+import subprocess
+import sys
+import tempfile
+from pathlib import Path
+
+BUILT = "build/release/bin/"
+WITHOUT_LANGUAGE = {"performance.md"}
+TRANSCRIPT_WORDS = {"pinpad", "pinpad-sim", "cat", "sed", "head", "echo"}
+# What stands for a real PIN pad in the documents.
+REAL_PORT = "--port ttyUSB0"
+
+
+class Problem(Exception):
+    """A block that is not right."""
+
+
+def blocks_of(document):
+    """Gives (line number, language, text) of each fenced block."""
+    language = None
+    for number, line in enumerate(document.read_text().splitlines(), 1):
+        if not line.startswith("```"):
+            if language is not None:
+                text.append(line)
+        elif language is None:
+            language, text, begin = line[3:].strip(), [], number
+        else:
+            yield begin, language, "\n".join(text) + "\n"
+            language = None
+    if language is not None:
+        raise Problem(f"{document}: block without an end")
+
+
+def same_terminal(text):
+    return re.sub(r"/dev/pts/\d+", "/dev/pts/N", text)
+
+
+class Runner:
+    """Runs the blocks of one document, in the order in which they stand."""
+
+    def __init__(self, options, document, folder):
+        self.root = Path(options.root).resolve()
+        self.bin = Path(options.bin).resolve()
+        self.library = Path(options.library).resolve()
+        self.transcripts_elsewhere = document.name in options.transcripts_elsewhere
+        self.document = document
+        self.folder = Path(folder)
+        self.last_c = None
+
+    def block(self, language, text):
+        """Tells whether the block was checked; raises Problem when it is wrong."""
+        if language == "console":
+            return self.transcripts_elsewhere or self.transcript(text)
+        checks = {"sh": self.shell, "c": self.c, "cpp": self.cpp, "python": self.python,
+                  "csharp": self.csharp}
+        if language in checks:
+            return checks[language](text)
+        if language in ("frame", "text"):
+            return False
+        if not language and self.document.name in WITHOUT_LANGUAGE:
+            return False
+        raise Problem(f"unknown language '{language}'")
+
+    def run(self, command):
+        environment = dict(os.environ, PATH=f"{self.bin}:{os.environ['PATH']}", LC_ALL="C.UTF-8")
+        done = subprocess.run(command, cwd=self.folder, env=environment, text=True, timeout=60,
+                              shell=isinstance(command, str), stdin=subprocess.DEVNULL,
+                              stdout=subprocess.PIPE, stderr=subprocess.STDOUT, check=False)
+        return done.returncode, done.stdout
+
+    def must_run(self, command):
+        status, output = self.run(command)
+        if status != 0:
+            raise Problem(f"{command}: exit status {status}\n{output}")
+
+    # console
+
+    def transcript(self, text):
+        steps = []
+        for line in text.splitlines():
+            if line.startswith("$ "):
+                steps.append([line[2:], ""])
+            elif steps:
+                steps[-1][1] += line + "\n"
+            else:
+                raise Problem(f"output before a command: {line}")
+        for command, output in steps:
+            self.step(command, output.strip("\n"))
+        return True
+
+    def step(self, command, expected):
+        if re.fullmatch(r"cat \S+", command) and expected:
+            (self.folder / command.split()[1]).write_text(expected + "\n")
+            return
+        command = command.replace(BUILT, "")
+        if command.split()[0] not in TRANSCRIPT_WORDS:
+            raise Problem(f"not allowed: {command}")
+        if REAL_PORT in command:
+            (self.folder / "customer-at-hand.scn").write_text("capture keys 12345678 enter\n")
+            command = command.replace(REAL_PORT, "--simulate customer-at-hand.scn")
+        status, printed = self.run(command)
+        if not expected:
+            if status != 0:
+                raise Problem(f"{command}: exit status {status}\n{printed}")
+        elif same_terminal(printed.strip("\n")) != same_terminal(expected):
+            raise Problem(f"{command}\n--- documented\n{expected}\n--- printed\n{printed}")
+
+    # sh
+
+    def shell(self, text):
+        for line in text.splitlines():
+            if line.strip():
+                self.shell_line(line.strip())
+        return True
+
+    def shell_line(self, line):
+        words = line.split()
+        if words[0] in ("./run-demo.sh", "./run-tests.sh"):
+            self.script(words)
+        elif words[0] == "scripts/install-dependencies.sh":
+            self.script(words)
+            if len(words) != 2 or not re.search(rf"^ *{re.escape(words[1])}\)",
+                                                (self.root / words[0]).read_text(), re.M):
+                raise Problem(f"unknown mode: {line}")
+        elif words[:2] == ["cmake", "--preset"] and len(words) == 3:
+            self.preset("configurePresets", words[2])
+        elif words[:3] == ["cmake", "--build", "--preset"] and len(words) == 4:
+            self.preset("buildPresets", words[3])
+        elif words == ["cc", "till.c", "-lpinpad"]:
+            self.build_till()
+        elif words[0] == BUILT + "pinpad-sim":
+            self.device(words)
+        else:
+            raise Problem(f"not allowed: {line}")
+
+    def script(self, words):
+        script = self.root / words[0]
+        if not os.access(script, os.X_OK):
+            raise Problem(f"cannot be run: {words[0]}")
+        self.must_run(["sh", "-n", str(script)])
+
+    def preset(self, kind, name):
+        presets = json.loads((self.root / "CMakePresets.json").read_text())
+        if name not in [preset["name"] for preset in presets[kind]]:
+            raise Problem(f"no such preset: {name}")
+
+    def build_till(self):
+        if self.last_c is None:
+            raise Problem("no program in C before this command")
+        (self.folder / "till.c").write_text(self.last_c)
+        self.must_run(["cc", "till.c", f"-I{self.root}/api/include", str(self.library)])
+
+    def device(self, words):
+        """The device opens its port, and ends cleanly when told to."""
+        arguments = [str(self.folder / Path(word).name) if word.startswith("/tmp/") else word
+                     for word in words[1:]]
+        device = subprocess.Popen([str(self.bin / "pinpad-sim"), *arguments], text=True,
+                                  stdin=subprocess.PIPE, stdout=subprocess.PIPE)
+        try:
+            port = device.stdout.readline().strip()
+            if not port or not Path(port).exists():
+                raise Problem(f"{' '.join(words)}: no port, but '{port}'")
+            device.send_signal(signal.SIGTERM)
+            if device.wait(timeout=20) != 0:
+                raise Problem(f"{' '.join(words)}: exit status {device.returncode}")
+        finally:
+            device.kill()
+            device.communicate()
+
+    # code
+
+    def compile(self, compiler, name, text):
+        (self.folder / name).write_text(text)
+        self.must_run([*compiler, "-Wall", "-Wextra", "-Werror", "-fsyntax-only",
+                       f"-I{self.root}/api/include", name])
+        return True
+
+    def c(self, text):
+        self.last_c = text
+        return self.compile(["cc", "-std=c11"], "block.c", text)
+
+    def cpp(self, text):
+        return self.compile(["c++", "-std=c++17"], "block.cpp", text)
+
+    def python(self, text):
+        try:
+            compile(text, "block.py", "exec")
+        except SyntaxError as error:
+            raise Problem(str(error)) from error
+        return True
+
+    def csharp(self, text):
+        if shutil.which("mcs") is None:
+            return False
+        (self.folder / "block.cs").write_text(text)
+        self.must_run(["mcs", "-warnaserror", "-target:library", "block.cs"])
+        return True
+
+
+def main():
+    parser = argparse.ArgumentParser()
+    parser.add_argument("--root", required=True)
+    parser.add_argument("--bin", required=True)
+    parser.add_argument("--library", required=True)
+    parser.add_argument("--transcripts-elsewhere", action="append", default=[])
+    parser.add_argument("documents", nargs="+", type=Path)
+    options = parser.parse_args()
+
+    checked = wrong = 0
+    for document in options.documents:
+        with tempfile.TemporaryDirectory() as folder:
+            runner = Runner(options, document, folder)
+            for number, language, text in blocks_of(document):
+                try:
+                    checked += runner.block(language, text)
+                except Problem as problem:
+                    wrong += 1
+                    print(f"{document}:{number}: {problem}", file=sys.stderr)
+    print(f"{checked} blocks checked, {wrong} wrong")
+    return 1 if wrong or not checked else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
