@@ -5,7 +5,7 @@ cd "$(dirname "$0")"
 
 usage() {
     cat <<EOF
-usage: $0 [--quick | --coverage | --help]
+usage: $0 [--quick | --lint | --windows | --languages | --docs | --coverage | --help]
 
 Without an option, everything: formatting, the release build with g++ and its tests, the build with
 clang and the address, undefined-behaviour and leak sanitizers and its tests, the tests of threads
@@ -14,6 +14,8 @@ under the thread sanitizer, clang-tidy over the library.
   --quick     the release build and its tests only
   --lint      formatting, and clang-tidy over library, virtual PIN pad and tools
   --windows   builds the Windows DLLs with mingw-w64 and drives the 64-bit one under Wine
+  --languages builds, and runs the tills of examples/till in every language
+  --docs      builds the documentation; a warning is an error
   --coverage  builds with coverage, runs the tests and prints the lines and branches reached
 EOF
 }
@@ -54,6 +56,8 @@ case "${1:-}" in
     --lint) mode=lint ;;
     --coverage) mode=coverage ;;
     --windows) mode=windows ;;
+    --languages) mode=languages ;;
+    --docs) mode=docs ;;
     -h | --help)
         usage
         exit 0
@@ -67,7 +71,7 @@ esac
 
 step 'Packages'
 case "$mode" in
-    coverage | windows) scripts/install-dependencies.sh "$mode" ;;
+    coverage | windows | languages | docs) scripts/install-dependencies.sh "$mode" ;;
     *) scripts/install-dependencies.sh test ;;
 esac
 
@@ -77,6 +81,22 @@ if [ "$mode" = windows ]; then
     cmake --build --preset release -j "$jobs" --target pinpad-sim
     step 'Windows DLLs'
     scripts/test-windows.sh
+    step 'All done'
+    exit 0
+fi
+
+if [ "$mode" = languages ]; then
+    step 'Release build (g++)'
+    build release --target pinpad pinpad-sim till_c till_cpp
+    step 'Tills in every language'
+    scripts/test-languages.sh build/release
+    step 'All done'
+    exit 0
+fi
+
+if [ "$mode" = docs ]; then
+    step 'Documentation'
+    scripts/build-docs.sh build/docs
     step 'All done'
     exit 0
 fi

@@ -6,6 +6,8 @@
 #   scripts/install-dependencies.sh coverage   to measure what the tests reach as well
 #   scripts/install-dependencies.sh bench      to run the benchmarks beside their neighbours
 #   scripts/install-dependencies.sh windows    to build the Windows DLLs and run them under Wine
+#   scripts/install-dependencies.sh languages  to run the tills in every language
+#   scripts/install-dependencies.sh docs       to build the documentation
 #
 # Needs root, or sudo, only when something is missing.
 set -eu
@@ -16,6 +18,8 @@ test_packages='clang clang-format clang-tidy libbenchmark-dev libclang-rt-14-dev
     python3'
 bench_packages='libbenchmark-dev libmodbus-dev python3 strace'
 windows_packages='dpkg-dev g++-mingw-w64-i686-posix g++-mingw-w64-x86-64-posix wine wine64'
+languages_packages='default-jdk-headless libjna-java mono-mcs mono-runtime nodejs'
+docs_packages='doxygen'
 
 case "${1:-}" in
     build) packages=$build_packages ;;
@@ -23,8 +27,14 @@ case "${1:-}" in
     coverage) packages="$build_packages $test_packages gcovr" ;;
     bench) packages="$build_packages $bench_packages" ;;
     windows) packages="$build_packages $windows_packages" ;;
+    languages)
+        packages="$build_packages $test_packages $languages_packages"
+        # Some builds of Node bring npm along, and refuse Debian's.
+        command -v npm >/dev/null 2>&1 || packages="$packages npm"
+        ;;
+    docs) packages="$build_packages $docs_packages" ;;
     *)
-        echo "usage: $0 build|test|coverage|bench|windows" >&2
+        echo "usage: $0 build|test|coverage|bench|windows|languages|docs" >&2
         exit 2
         ;;
 esac
