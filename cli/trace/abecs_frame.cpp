@@ -4,8 +4,8 @@
 #include "cli/trace/command_decoder.h"
 #include "cli/trace/opaque.h"
 #include "cli/trace/response_decoder.h"
+#include "cli/trace/row_lines.h"
 
-#include <algorithm>
 #include <optional>
 #include <string_view>
 
@@ -19,15 +19,13 @@ constexpr std::size_t SYN_SIZE = 1;
 constexpr std::size_t MARKER_SIZE = 1;
 constexpr std::size_t TRAILER_SIZE = 3;
 
-using Bytes = std::vector<std::uint8_t>;
-
 // A frame of the line in its parts.
 struct FrameParts {
-    Bytes syn;
-    Bytes marker;
-    Bytes data; // as on the line, stuffed
-    Bytes etb;
-    Bytes crc;
+    WireBytes syn;
+    WireBytes marker;
+    WireBytes data; // as on the line, stuffed
+    WireBytes etb;
+    WireBytes crc;
 };
 
 std::optional<FrameParts> split(const AbecsLinkEvent &event) {
@@ -37,16 +35,17 @@ std::optional<FrameParts> split(const AbecsLinkEvent &event) {
     }
     const std::uint8_t *data = event.wire + SYN_SIZE + markerSize;
     const std::uint8_t *trailer = event.wire + event.wireLength - TRAILER_SIZE;
-    return FrameParts{Bytes(event.wire, event.wire + SYN_SIZE), Bytes(event.wire + SYN_SIZE, data),
-                      Bytes(data, trailer), Bytes(trailer, trailer + 1),
-                      Bytes(trailer + 1, trailer + TRAILER_SIZE)};
+    return FrameParts{WireBytes(event.wire, event.wire + SYN_SIZE),
+                      WireBytes(event.wire + SYN_SIZE, data), WireBytes(data, trailer),
+                      WireBytes(trailer, trailer + 1),
+                      WireBytes(trailer + 1, trailer + TRAILER_SIZE)};
 }
 
 // The bytes of the line that carry each byte of the body; nothing unless they carry this body.
-std::optional<std::vector<Bytes>> pairWithWire(const Bytes &data, std::string_view body) {
-    std::vector<Bytes> carriers;
+std::optional<std::vector<WireBytes>> pairWithWire(const WireBytes &data, std::string_view body) {
+    std::vector<WireBytes> carriers;
     for (std::size_t at = 0; at < data.size(); ++at) {
-        Bytes carrier = {data[at]};
+        WireBytes carrier = {data[at]};
         std::uint8_t carried = data[at];
         if (carried == DC3 && at + 1 < data.size()) {
             ++at;
@@ -62,32 +61,6 @@ std::optional<std::vector<Bytes>> pairWithWire(const Bytes &data, std::string_vi
     return carriers.size() == body.size() ? std::optional(carriers) : std::nullopt;
 }
 
-std::vector<Bytes> eachByteAlone(std::string_view body) {
-    std::vector<Bytes> carriers;
-    for (const char byte : body) {
-        carriers.push_back({static_cast<std::uint8_t>(byte)});
-    }
-    return carriers;
-}
-
-ToldLine tellRow(const Row &row, const std::vector<Bytes> &carriers, bool reveal) {
-    const bool masked = row.secret && !reveal;
-    const std::size_t shownEnd = masked ? row.valueBegin : row.end;
-    ToldLine line;
-    const std::string value = masked ? "masked" : row.value;
-    line.words = row.name + (value.empty() ? "" : " " + value);
-    for (std::size_t at = row.begin; at < shownEnd; ++at) {
-        line.bytes.insert(line.bytes.end(), carriers[at].begin(), carriers[at].end());
-    }
-    line.masked = row.end - shownEnd;
-    return line;
-}
-
-bool hasSecrets(const DecodedBody &decoded) {
-    return std::any_of(decoded.rows.begin(), decoded.rows.end(),
-                       [](const Row &row) { return row.secret; });
-}
-
 void addTrailer(Told &told, const FrameParts &parts, bool maskCrc) {
     told.lines.push_back({"ETB", parts.etb, 0});
     told.lines.push_back(maskCrc ? ToldLine{"CRC masked", {}, parts.crc.size()}
@@ -95,7 +68,7 @@ void addTrailer(Told &told, const FrameParts &parts, bool maskCrc) {
 }
 
 Told tellPlain(const FrameParts &parts, const DecodedBody &decoded,
-               const std::vector<Bytes> &carriers, bool reveal) {
+               const std::vector<WireBytes> &carriers, bool reveal) {
     Told told;
     told.head.words = decoded.title;
     told.lines.push_back({"SYN", parts.syn, 0});
@@ -115,7 +88,7 @@ Told tellEncrypted(const FrameParts &parts, const DecodedBody &decoded, std::str
     told.lines.push_back({"payload " + byteCount(parts.data.size()), parts.data, 0});
     addTrailer(told, parts, false);
     told.lines.push_back({"in clear:", {}, 0});
-    const std::vector<Bytes> carriers = eachByteAlone(body);
+    const std::vector<WireBytes> carriers = eachByteAlone(body);
     for (const Row &row : decoded.rows) {
         told.lines.push_back(tellRow(row, carriers, reveal));
     }

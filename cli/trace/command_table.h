@@ -1,20 +1,13 @@
 #pragma once
 
+#include "cli/trace/form.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <string_view>
 #include <vector>
 
 namespace cli {
-
-/// How the bytes of a value are told in words.
-enum class Form {
-    Binary,     ///< an unsigned number, big-endian
-    Characters, ///< characters as they are: digits of a number
-    Text,       ///< a quoted text
-    Bytes,      ///< how many there are
-    MediaInfo   ///< size, CRC and type of a media file
-};
 
 /// A parameter of one command.
 struct ParamMeaning {

@@ -4,6 +4,7 @@
 #include "cli/terminal.h"
 #include "cli/trace/abecs_frame.h"
 #include "cli/trace/control.h"
+#include "cli/trace/extension_frame.h"
 #include "cli/trace/layout.h"
 #include "cli/trace/opaque.h"
 
@@ -24,7 +25,7 @@ using TellFrame = Told (*)(const AbecsLinkEvent &, const Names &, bool reveal);
 constexpr struct {
     AbecsLinkFraming_e framing;
     TellFrame tell;
-} FRAMINGS[] = {{ABECS_LINK_STANDARD, tellAbecsFrame}};
+} FRAMINGS[] = {{ABECS_LINK_STANDARD, tellAbecsFrame}, {ABECS_LINK_EXTENSION, tellExtensionFrame}};
 
 std::string timeNow() {
     const system_clock::time_point now = system_clock::now();

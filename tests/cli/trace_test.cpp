@@ -239,7 +239,7 @@ TEST_F(TraceFile, KnowsEveryKindOfEvent) {
                          "   8 bytes                                  ** (8 bytes)\n"
                          "<- damaged frame\n"
                          "   8 bytes                                  ** (8 bytes)\n"
-                         "-> frame of another framing\n"
+                         "-> frame that does not carry its body\n"
                          "   8 bytes                                  ** (8 bytes)\n");
 }
 
