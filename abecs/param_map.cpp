@@ -59,8 +59,16 @@ struct BlockRelease {
     void operator()(std::uint8_t *block) const { pcl_free(block); }
 };
 
-AbecsParamValue *store(AbecsParamMap *map, std::uint16_t id, const AbecsParamValue &record) {
-    return static_cast<AbecsParamValue *>(pcl_map_put(map, &id, &record));
+// The data becomes the map's once it is stored, and not before: a put that runs out of memory drops
+// its copy of the record, and must not release with it what is still the caller's.
+AbecsParamValue *store(AbecsParamMap *map, std::uint16_t id, AbecsParamValue record,
+                       std::uint8_t owned) {
+    record.owned = 0;
+    auto *stored = static_cast<AbecsParamValue *>(pcl_map_put(map, &id, &record));
+    if (stored != nullptr) {
+        stored->owned = owned;
+    }
+    return stored;
 }
 
 void putCopy(AbecsParamMap *map, AbecsParam *param) {
@@ -70,7 +78,7 @@ void putCopy(AbecsParamMap *map, AbecsParam *param) {
     abecsFieldGetBytes(param, copy.get(), length, length);
     copy.get()[length] = '\0';
     // Stored as it is: an empty value, too, is a text that ends in NUL.
-    store(map, abecsParamGetId(param), AbecsParamValue{length, copy.get(), 1});
+    store(map, abecsParamGetId(param), AbecsParamValue{length, copy.get(), 0}, 1);
     static_cast<void>(copy.release());
 }
 
@@ -95,13 +103,12 @@ AbecsParamValue *abecsParamMapPut(AbecsParamMap *map, std::uint16_t id,
     if (!isGiven(map)) {
         return nullptr;
     }
-    AbecsParamValue stored = record == nullptr ? AbecsParamValue{} : *record;
+    const AbecsParamValue stored = record == nullptr ? AbecsParamValue{} : *record;
     if ((stored.size == 0) != (stored.data == nullptr)) {
         pcl_raise(PCL_RESULT_ILLEGAL_ARGUMENT, "invalid 'data' x 'szData'");
         return nullptr;
     }
-    stored.owned = owned;
-    return store(map, id, stored);
+    return store(map, id, stored, owned);
 }
 
 AbecsParamValue *abecsParamMapGet(AbecsParamMap *map, std::uint16_t id) {

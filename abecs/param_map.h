@@ -35,9 +35,9 @@ void abecsParamMapClear(AbecsParamMap *map);
 using AbecsParamMapPtr = PclOwned<AbecsParamMap, abecsParamMapDestroy>;
 
 /// Stores the record (null: no data) under the identifier and returns the stored one. The data
-/// itself is not copied; with `owned` set the map releases it from now on. Raises
-/// PCL_RESULT_ILLEGAL_ARGUMENT "invalid 'data' x 'szData'" unless size and data are both zero or
-/// both not.
+/// itself is not copied; with `owned` set the map releases it from now on, and after a failure it
+/// is still the caller's. Raises PCL_RESULT_ILLEGAL_ARGUMENT "invalid 'data' x 'szData'" unless
+/// size and data are both zero or both not.
 AbecsParamValue *abecsParamMapPut(AbecsParamMap *map, std::uint16_t id,
                                   const AbecsParamValue *record, std::uint8_t owned);
 
