@@ -11,4 +11,5 @@ rm -rf "$out/html"
     cat docs/Doxyfile
     echo "OUTPUT_DIRECTORY = \"$out\""
 } | doxygen -
+tests/docs/check_site.py "$out/html" tests/api/exports.txt .
 echo "The documentation is in $1/html/index.html"
