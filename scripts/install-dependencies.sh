@@ -19,7 +19,7 @@ test_packages='clang clang-format clang-tidy libbenchmark-dev libclang-rt-14-dev
 bench_packages='libbenchmark-dev libmodbus-dev python3 strace'
 windows_packages='dpkg-dev g++-mingw-w64-i686-posix g++-mingw-w64-x86-64-posix wine wine64'
 languages_packages='default-jdk-headless libjna-java mono-mcs mono-runtime nodejs'
-docs_packages='doxygen'
+docs_packages='doxygen python3'
 
 case "${1:-}" in
     build) packages=$build_packages ;;
