@@ -5,6 +5,7 @@
 #include "cli/commands/display.h"
 #include "cli/commands/event.h"
 #include "cli/commands/media.h"
+#include "cli/commands/mifare.h"
 #include "cli/commands/open.h"
 #include "cli/commands/ports.h"
 #include "cli/commands/session.h"
@@ -16,7 +17,8 @@ namespace {
 constexpr struct {
     const char *name;
     const char *summary;
-} GROUPS[] = {{"media", "List or load media files"}};
+} GROUPS[] = {{"media", "List or load media files"},
+              {"mifare", "Work with a MIFARE card at the PIN pad"}};
 
 // The application of a group of commands, added when it is not there yet.
 CLI::App *groupOf(CLI::App &app, const std::string &name) {
@@ -51,6 +53,13 @@ std::vector<CommandPtr> makeSessionCommands() {
     commands.push_back(std::make_unique<MediaListCommand>());
     commands.push_back(std::make_unique<MediaLoadCommand>());
     commands.push_back(std::make_unique<EventCommand>());
+    commands.push_back(std::make_unique<MifareActivateCommand>());
+    commands.push_back(std::make_unique<MifareAuthCommand>());
+    commands.push_back(std::make_unique<MifareReadCommand>());
+    commands.push_back(std::make_unique<MifareWriteCommand>());
+    commands.push_back(std::make_unique<MifareValueCommand>());
+    commands.push_back(std::make_unique<MifareConfigCommand>());
+    commands.push_back(std::make_unique<MifareKeysCommand>());
     commands.push_back(std::make_unique<CloseCommand>());
     return commands;
 }

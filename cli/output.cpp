@@ -1,7 +1,9 @@
 #include "cli/output.h"
 
 #include "cli/failure_text.h"
+#include "cli/mifare_status.h"
 #include "cli/status_text.h"
+#include "cli/text.h"
 
 #include <iostream>
 
@@ -17,6 +19,14 @@ const char *codeName(PclResult_e code) {
 
 ExitStatus exitFor(std::int32_t status) {
     return status == ABECS_RSP_STAT_ST_TIMEOUT ? ExitStatus::TimedOut : ExitStatus::Refused;
+}
+
+std::string cardText(const CardRefused &refused) {
+    const std::string name = mifareStatusName(refused.status);
+    const std::string answer =
+        "The PIN pad answered " + fromDeviceVisibly(refused.status) + " to " + refused.command;
+    return name.empty() ? answer + ", which this tool does not know."
+                        : answer + ": " + name + ". " + mifareStatusExplanation(refused.status);
 }
 
 } // namespace
@@ -80,6 +90,10 @@ ExitStatus Output::problem(const std::exception_ptr &problem) {
         return tell(exitFor(refused.status), "refused",
                     "The PIN pad answered " + name + ". " + statusExplanation(refused.status),
                     Json{{"status", static_cast<int>(refused.status)}, {"name", name}});
+    } catch (const CardRefused &refused) {
+        return tell(ExitStatus::Refused, "refused", cardText(refused),
+                    Json{{"status", fromDevice(refused.status)},
+                         {"name", mifareStatusName(refused.status)}});
     } catch (const LibraryFailure &failure) {
         if (const auto status = statusNamedIn(failure.message)) {
             return this->problem(

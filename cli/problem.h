@@ -22,6 +22,12 @@ struct Refused {
     AbecsRspStat_e status;
 };
 
+/// The PIN pad ended a MIFARE command with a status other than that for done.
+struct CardRefused {
+    std::string command;
+    std::string status; ///< two characters, as sent
+};
+
 /// When a failure of the library struck.
 enum class Stage { Opening, Command };
 

@@ -158,6 +158,8 @@ SessionCommand::Next SessionCommand::handleProblem(Context &context, bool isProm
         // Nothing has happened on the line.
     } catch (const Refused &) {
         // The PIN pad has answered: the session goes on.
+    } catch (const CardRefused &) {
+        // So it has.
     } catch (const CustomerTimeout &) {
         context.device.abortCommand();
     } catch (const Interrupted &) {

@@ -5,7 +5,7 @@ _pinpad_ports() {
     pinpad ports 2>/dev/null | grep -v ' '
 }
 
-# The command among the words before the cursor, with the second word of `media`.
+# The command among the words before the cursor, with the second word of `media` and `mifare`.
 _pinpad_command() {
     local i word command=''
     for ((i = 1; i < COMP_CWORD; i++)); do
@@ -15,10 +15,16 @@ _pinpad_command() {
                 echo "$word"
                 return
                 ;;
-            media) command='media' ;;
+            media | mifare) command=$word ;;
             list | load)
                 if [ "$command" = media ]; then
                     echo "media $word"
+                    return
+                fi
+                ;;
+            activate | auth | read | write | value | config | keys)
+                if [ "$command" = mifare ]; then
+                    echo "mifare $word"
                     return
                 fi
                 ;;
@@ -43,14 +49,22 @@ _pinpad() {
             mapfile -t COMPREPLY < <(compgen -f -- "$cur")
             ;;
         --idle-message | --timeout | --prompt | --min | --max | --wait | --as | --type | \
-            --options | --number | --pair)
+            --options | --number | --pair | --from | --count | --to | --set | --key | --key-a | \
+            --key-b)
             return
             ;;
     esac
 
     case $(_pinpad_command) in
-        '') words="$words ports open capture display image play media event close session" ;;
+        '') words="$words ports open capture display image play media event mifare close session" ;;
         media) words="$words list load" ;;
+        mifare) words="$words activate auth read write value config keys" ;;
+        'mifare auth') words="$words --key" ;;
+        'mifare read') words="$words --key --from --count" ;;
+        'mifare write') words="$words --key --from" ;;
+        'mifare value') words="$words --key --to get set add subtract copy" ;;
+        'mifare config') words="$words --key --set --key-a --key-b" ;;
+        'mifare keys') words="$words --key --key-a --key-b" ;;
         capture) words="$words --prompt --min --max --wait" ;;
         display) words="$words --clear" ;;
         event) words="$words --options --number --pair" ;;
