@@ -164,9 +164,11 @@ bool isExtension(const faults::Command &command) {
     return command.frame.size() == 4;
 }
 
+// Five digits: the length of four is the byte that answers an abort, and an abort that comes in the
+// middle of such an answer takes it for that.
 std::string scenario() {
     return "media LOGO text \"picture\"\n"
-           "capture * keys 1234 enter\n"
+           "capture * keys 12345 enter\n"
            "event * key f1\n"
            "mifare uid 11223344 value 4 1000\n"
            "qrcode * enter\n"

@@ -55,6 +55,7 @@ private:
     struct Outcome;
 
     void exchange();
+    void hurry(bool faultsAhead);
     Outcome call(const faults::Command &command);
     void judge(const faults::Command &command, const FaultPlan &plan, const Outcome &outcome);
     void judgeTime(const faults::Command &command, const FaultPlan &plan, const Outcome &outcome);
@@ -76,6 +77,7 @@ private:
     sim::Simulator m_device;
     AbecsPinpadPtr m_pinpad;
     std::string m_current;
+    std::uint32_t m_divisor = 1;
     bool m_counting = false;
     StormReport m_report;
 };
