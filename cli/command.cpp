@@ -8,7 +8,9 @@
 #include "cli/commands/mifare.h"
 #include "cli/commands/open.h"
 #include "cli/commands/ports.h"
+#include "cli/commands/qr.h"
 #include "cli/commands/session.h"
+#include "cli/commands/survey.h"
 
 namespace cli {
 
@@ -60,6 +62,9 @@ std::vector<CommandPtr> makeSessionCommands() {
     commands.push_back(std::make_unique<MifareValueCommand>());
     commands.push_back(std::make_unique<MifareConfigCommand>());
     commands.push_back(std::make_unique<MifareKeysCommand>());
+    commands.push_back(std::make_unique<QrCommand>());
+    commands.push_back(std::make_unique<SurveyCommand>());
+    commands.push_back(std::make_unique<CxSurveyCommand>());
     commands.push_back(std::make_unique<CloseCommand>());
     return commands;
 }

@@ -67,21 +67,35 @@ bool Device::hasAnswer() {
     return available > 0;
 }
 
-void Device::waitForCustomer(const std::function<std::int32_t(AbecsPinpad *, char *)> &poll,
-                             const std::function<void(const std::string &)> &onNotification) {
-    std::optional<steady_clock::time_point> deadline;
-    if (m_settings.timeout) {
-        deadline = steady_clock::now() + *m_settings.timeout;
-    }
+std::optional<Device::TimePoint> Device::customerDeadline() const {
+    return m_settings.timeout ? std::optional(steady_clock::now() + *m_settings.timeout)
+                              : std::nullopt;
+}
+
+// Returns false when the limit has passed.
+bool Device::waitForInput(std::optional<TimePoint> customerDeadline,
+                          std::optional<TimePoint> limit) {
     for (;;) {
         throwIfInterrupted();
-        if (!hasAnswer()) {
-            if (deadline && steady_clock::now() >= *deadline) {
-                throw CustomerTimeout{};
-            }
-            sleepUnlessInterrupted(LOOK_INTERVAL);
-            continue;
+        if (hasAnswer()) {
+            return true;
         }
+        const TimePoint now = steady_clock::now();
+        if (limit && now >= *limit) {
+            return false;
+        }
+        if (customerDeadline && now >= *customerDeadline) {
+            throw CustomerTimeout{};
+        }
+        sleepUnlessInterrupted(LOOK_INTERVAL);
+    }
+}
+
+void Device::waitForCustomer(const std::function<std::int32_t(AbecsPinpad *, char *)> &poll,
+                             const std::function<void(const std::string &)> &onNotification) {
+    const std::optional<TimePoint> deadline = customerDeadline();
+    for (;;) {
+        waitForInput(deadline, std::nullopt);
         char notification[ABECS_NOTIFICATION_SIZE] = {};
         std::int32_t status = ABECS_POLL_NO_ANSWER;
         callLibrary(Stage::Command, [&] { status = poll(m_pinpad.get(), notification); });
@@ -92,6 +106,21 @@ void Device::waitForCustomer(const std::function<std::int32_t(AbecsPinpad *, cha
             return;
         }
     }
+}
+
+bool Device::waitForAnswer(const std::function<std::int32_t(AbecsPinpad *)> &poll,
+                           std::optional<milliseconds> limit) {
+    const std::optional<TimePoint> deadline = customerDeadline();
+    const std::optional<TimePoint> end =
+        limit ? std::optional(steady_clock::now() + *limit) : std::nullopt;
+    while (waitForInput(deadline, end)) {
+        std::int32_t result = ABECS_POLL_NO_ANSWER;
+        callLibrary(Stage::Command, [&] { result = poll(m_pinpad.get()); });
+        if (result == 0) {
+            return true;
+        }
+    }
+    return false;
 }
 
 void Device::abortCommand() noexcept {

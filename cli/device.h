@@ -5,8 +5,10 @@
 #include "cli/problem.h"
 #include "cli/settings.h"
 
+#include <chrono>
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <string>
 
 namespace cli {
@@ -38,6 +40,11 @@ public:
     void waitForCustomer(const std::function<std::int32_t(AbecsPinpad *, char *)> &poll,
                          const std::function<void(const std::string &)> &onNotification);
 
+    /// The same for a command of the extensions, which knows no notifications: `poll` returns 0
+    /// when it has read the answer. Returns false when `limit` has passed without one.
+    bool waitForAnswer(const std::function<std::int32_t(AbecsPinpad *)> &poll,
+                       std::optional<std::chrono::milliseconds> limit = std::nullopt);
+
     /// Ends the command that waits for the customer and keeps the session; where the PIN pad does
     /// not agree to that, ends the session as abandon() does.
     void abortCommand() noexcept;
@@ -52,7 +59,11 @@ public:
     void abandon() noexcept;
 
 private:
+    using TimePoint = std::chrono::steady_clock::time_point;
+
     bool hasAnswer();
+    std::optional<TimePoint> customerDeadline() const;
+    bool waitForInput(std::optional<TimePoint> customerDeadline, std::optional<TimePoint> limit);
 
     const Settings &m_settings;
     AbecsPinpadPtr m_pinpad;

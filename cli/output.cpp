@@ -106,6 +106,9 @@ ExitStatus Output::problem(const std::exception_ptr &problem) {
         return tell(ExitStatus::TimedOut, "timeout",
                     "The customer did nothing within the time of --timeout. Run it again, or give "
                     "them longer.");
+    } catch (const SurveyStopped &) {
+        return tell(ExitStatus::TimedOut, "timeout",
+                    "Nobody answered within the time of --stop-after. The survey was stopped.");
     } catch (const Interrupted &) {
         return tell(ExitStatus::Interrupted, "interrupted",
                     "Interrupted. The command was aborted and the session closed.");

@@ -41,6 +41,9 @@ struct LibraryFailure {
 /// --timeout passed while the customer was to do something.
 struct CustomerTimeout {};
 
+/// The time of a survey passed, and it was stopped in the PIN pad, too.
+struct SurveyStopped {};
+
 /// Ctrl-C.
 struct Interrupted {};
 

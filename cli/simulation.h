@@ -18,8 +18,8 @@ public:
 bool hasSimulation();
 
 /// Plugs one in. `scenarioFile` says what the customer does; when empty the customer types 12345
-/// and Enter at every capture and presses Enter at every event check. Throws UsageError for a
-/// scenario that cannot be read.
+/// and Enter at every capture, presses Enter at every event check and QR code and button 1 at every
+/// survey, and holds a fresh MIFARE card up. Throws UsageError for a scenario that cannot be read.
 std::unique_ptr<Simulation> startSimulation(const std::string &scenarioFile);
 
 } // namespace cli

@@ -12,7 +12,11 @@ namespace cli {
 namespace {
 
 constexpr char USUAL_CUSTOMER[] = "capture * keys 12345 enter\n"
-                                  "event * key enter\n";
+                                  "event * key enter\n"
+                                  "qrcode * enter\n"
+                                  "survey * press 1\n"
+                                  "cxsurvey * press 1 enter\n"
+                                  "mifare uid 04A1B2C3\n";
 
 std::string readScenario(const std::string &file) {
     if (file.empty()) {

@@ -160,6 +160,8 @@ SessionCommand::Next SessionCommand::handleProblem(Context &context, bool isProm
         // The PIN pad has answered: the session goes on.
     } catch (const CardRefused &) {
         // So it has.
+    } catch (const SurveyStopped &) {
+        // The PIN pad has ended it.
     } catch (const CustomerTimeout &) {
         context.device.abortCommand();
     } catch (const Interrupted &) {

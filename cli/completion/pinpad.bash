@@ -11,7 +11,8 @@ _pinpad_command() {
     for ((i = 1; i < COMP_CWORD; i++)); do
         word=${COMP_WORDS[i]}
         case $word in
-            ports | open | capture | display | image | play | event | close | session)
+            ports | open | capture | display | image | play | event | qr | survey | cxsurvey | close | \
+                session)
                 echo "$word"
                 return
                 ;;
@@ -50,13 +51,15 @@ _pinpad() {
             ;;
         --idle-message | --timeout | --prompt | --min | --max | --wait | --as | --type | \
             --options | --number | --pair | --from | --count | --to | --set | --key | --key-a | \
-            --key-b)
+            --key-b | --line | --line-type | --top-type | --bottom-type | --style | --code | \
+            --survey-type | --message-type | --score-type | --idle-wait | --stop-after)
             return
             ;;
     esac
 
     case $(_pinpad_command) in
-        '') words="$words ports open capture display image play media event mifare close session" ;;
+        '') words="$words ports open capture display image play media event mifare qr survey cxsurvey close
+            session" ;;
         media) words="$words list load" ;;
         mifare) words="$words activate auth read write value config keys" ;;
         'mifare auth') words="$words --key" ;;
@@ -68,6 +71,12 @@ _pinpad() {
         capture) words="$words --prompt --min --max --wait" ;;
         display) words="$words --clear" ;;
         event) words="$words --options --number --pair" ;;
+        qr) words="$words --line --line-type --wait" ;;
+        survey) words="$words --top-type --bottom-type --style --code --wait --stop-after" ;;
+        cxsurvey)
+            words="$words --survey-type --message-type --score-type --wait --idle-wait
+                --stop-after"
+            ;;
         close) words="$words --media --extended" ;;
         'media load')
             words="$words --as --type"

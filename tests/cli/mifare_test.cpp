@@ -96,59 +96,70 @@ TEST(Mifare, Writes) {
 
 TEST(Mifare, WorksOnValues) {
     const sim::Simulator device(CARD);
-    const auto value = [&](Arguments arguments) {
-        arguments.insert(arguments.begin(), {"mifare", "value", KEY});
-        const Outcome outcome = onDevice(device, arguments);
-        EXPECT_EQ(outcome.exit, 0) << outcome.err;
-        return outcome.out;
-    };
-    EXPECT_EQ(value({"4", "get"}), "Block 4 holds 1000.\n");
-    EXPECT_EQ(value({"4", "add", "5"}), "Block 4 holds 1005.\n");
-    EXPECT_EQ(value({"4", "subtract", "1000", "--to", "6"}), "Block 6 holds 5.\n");
-    EXPECT_EQ(value({"4", "get"}), "Block 4 holds 1005.\n");
-    EXPECT_EQ(value({"4", "copy", "--to", "5"}), "Block 5 holds 1005.\n");
-    EXPECT_EQ(value({"6", "set", "-2147483647"}), "Block 6 holds -2147483647.\n");
-    const json told = json::parse(value({"5", "get", "--json"}));
+    const Outcome outcome = onDevice(device, {"session"},
+                                     "mifare auth 4 --key A:A0A1A2A3A4A5\n"
+                                     "mifare value 4 get\n"
+                                     "mifare value 4 add 5\n"
+                                     "mifare value 4 subtract 1000 --to 6\n"
+                                     "mifare value 4 get\n"
+                                     "mifare value 4 copy --to 5\n"
+                                     "mifare value 6 set -2147483647\n");
+    EXPECT_EQ(outcome.exit, 0) << outcome.err;
+    EXPECT_EQ(outcome.out, "Block 4 is open to key A.\n"
+                           "Block 4 holds 1000.\n"
+                           "Block 4 holds 1005.\n"
+                           "Block 6 holds 5.\n"
+                           "Block 4 holds 1005.\n"
+                           "Block 5 holds 1005.\n"
+                           "Block 6 holds -2147483647.\n");
+    const json told = jsonOf(onDevice(device, {"mifare", "value", "5", "get", KEY, "--json"}));
     EXPECT_EQ(told["value"], 1005);
     EXPECT_EQ(told["operation"], "get");
 }
 
 TEST(Mifare, SetsAccessBitsAndKeys) {
     const sim::Simulator device(CARD);
-    EXPECT_EQ(onDevice(device, {"mifare", "config", "4", KEY}).out,
-              "Block 4 has the access bits 000.\n");
-    EXPECT_EQ(onDevice(device, {"mifare", "config", "4", KEY, "--set", "110", "--key-a",
-                                "A0A1A2A3A4A5", "--key-b", "B0B1B2B3B4B5"})
-                  .exit,
-              0);
-    EXPECT_EQ(onDevice(device, {"mifare", "config", "4", KEY}).out,
-              "Block 4 has the access bits 110.\n");
-    EXPECT_EQ(onDevice(device, {"mifare", "keys", "4", KEY, "--key-a", "c0c1c2c3c4c5", "--key-b",
-                                "B0B1B2B3B4B5"})
-                  .out,
-              "The sector of block 4 has the new keys.\n");
-    EXPECT_EQ(onDevice(device, {"mifare", "auth", "4", KEY}).exit, 1);
-    EXPECT_EQ(onDevice(device, {"mifare", "auth", "4", "--key", "a:C0C1C2C3C4C5"}).out,
-              "Block 4 is open to key A.\n");
+    const Outcome outcome =
+        onDevice(device, {"session", "--keep-going"},
+                 "mifare config 4 --key A:A0A1A2A3A4A5\n"
+                 "mifare config 4 --set 110 --key-a A0A1A2A3A4A5 --key-b B0B1B2B3B4B5\n"
+                 "mifare config 4 --key A:A0A1A2A3A4A5\n"
+                 "mifare keys 4 --key-a c0c1c2c3c4c5 --key-b B0B1B2B3B4B5\n"
+                 "mifare auth 4 --key A:A0A1A2A3A4A5\n"
+                 "mifare auth 4 --key a:C0C1C2C3C4C5\n");
+    EXPECT_EQ(outcome.exit, 1);
+    EXPECT_EQ(outcome.out, "Block 4 has the access bits 000.\n"
+                           "Block 4 now has the access bits 110, and its sector the new keys.\n"
+                           "Block 4 has the access bits 110.\n"
+                           "The sector of block 4 has the new keys.\n"
+                           "Block 4 is open to key A.\n");
+    EXPECT_EQ(outcome.err, "-:5: The PIN pad answered 03 to MF02: authentication failed. The key "
+                           "is not the one of this sector.\n");
 }
 
 TEST(Mifare, RefusalsAreToldInWords) {
-    const Outcome wrongKey = onCard({"mifare", "read", "4", "--key", "A:FFFFFFFFFFFF"});
-    EXPECT_EQ(wrongKey.exit, 1);
-    EXPECT_EQ(wrongKey.out, "");
-    EXPECT_THAT(wrongKey.err, HasSubstr("answered 03 to MF02: authentication failed."));
-
-    const json noKey = jsonOf(onCard({"mifare", "read", "4", "--json"}));
-    EXPECT_EQ(noKey["exit"], 1);
-    EXPECT_EQ(noKey["problem"], "refused");
-    EXPECT_EQ(noKey["status"], "02");
-    EXPECT_EQ(noKey["name"], "not authenticated");
-
-    EXPECT_THAT(onCard({"mifare", "value", "5", "get", KEY}).err, HasSubstr("not a value block"));
-    EXPECT_THAT(onCard({"mifare", "value", "4", "add", "2147483647", KEY}).err,
-                HasSubstr("value overflow"));
-    EXPECT_THAT(onCard({"mifare", "read", "64", KEY}).err, HasSubstr("bad parameter"));
-    EXPECT_THAT(onCard({"mifare", "write", "0", "00", KEY}).err, HasSubstr("access denied"));
+    const sim::Simulator device(CARD);
+    const Outcome outcome = onDevice(device, {"session", "--keep-going", "--json"},
+                                     "mifare read 4\n"
+                                     "mifare read 4 --key A:FFFFFFFFFFFF\n"
+                                     "mifare value 5 get --key A:A0A1A2A3A4A5\n"
+                                     "mifare value 4 add 2147483647\n"
+                                     "mifare read 64\n"
+                                     "mifare write 0 00 --key A:A0A1A2A3A4A5\n");
+    EXPECT_EQ(outcome.exit, 1);
+    const std::vector<std::string> lines = tool::linesOf(outcome.out);
+    const std::pair<const char *, const char *> refusals[] = {
+        {"02", "not authenticated"}, {"03", "authentication failed"}, {"05", "not a value block"},
+        {"07", "value overflow"},    {"06", "bad parameter"},         {"04", "access denied"}};
+    ASSERT_EQ(lines.size(), std::size(refusals)) << outcome.out;
+    for (std::size_t i = 0; i < lines.size(); ++i) {
+        const json told = json::parse(lines[i]);
+        EXPECT_EQ(told["exit"], 1);
+        EXPECT_EQ(told["problem"], "refused");
+        EXPECT_EQ(told["status"], refusals[i].first);
+        EXPECT_EQ(told["name"], refusals[i].second);
+        EXPECT_THAT(told["text"], HasSubstr(refusals[i].second));
+    }
 }
 
 TEST(Mifare, UnknownStatusesAreShownAsTheyAre) {
