@@ -1,5 +1,7 @@
 #include "abecs/crc16.h"
 
+#include "core/memory.h"
+
 #include <algorithm>
 #include <array>
 
@@ -67,6 +69,8 @@ std::uint16_t abecs_crc16(const std::uint8_t *leading, AbecsPacket *packet,
         abecs_crc16_update(chunk.data(), size, &crc);
         left -= size;
     }
+    // The packet is wiped when it goes, and may hold what a customer typed.
+    pcl_wipe(chunk.data(), chunk.size());
     abecsPacketRestore(packet, &start);
     if (trailing != nullptr) {
         abecs_crc16_update(trailing, 1, &crc);
