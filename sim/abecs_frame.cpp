@@ -1,5 +1,6 @@
 #include "sim/abecs_frame.h"
 
+#include "sim/control.h"
 #include "sim/crc16.h"
 
 namespace sim {

@@ -4,17 +4,6 @@
 
 namespace sim {
 
-namespace control {
-constexpr std::uint8_t eot = 0x04;
-constexpr std::uint8_t ack = 0x06;
-constexpr std::uint8_t dc2 = 0x12;
-constexpr std::uint8_t dc3 = 0x13;
-constexpr std::uint8_t nak = 0x15;
-constexpr std::uint8_t syn = 0x16;
-constexpr std::uint8_t etb = 0x17;
-constexpr std::uint8_t can = 0x18;
-} // namespace control
-
 // The frame for a body: SYN, DC2 when encrypted, the stuffed body, ETB and the CRC.
 Bytes encode_frame(const Bytes &body, bool encrypted);
 

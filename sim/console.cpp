@@ -14,6 +14,10 @@ const char *direction_word(Direction direction) {
     return direction == Direction::from_host ? "host" : "device";
 }
 
+const char *framing_word(Framing framing) {
+    return framing == Framing::abecs ? "abecs" : "extension";
+}
+
 const char *frame_word(FrameKind kind) {
     switch (kind) {
     case FrameKind::command:
@@ -57,9 +61,13 @@ std::string display_line(const JournalEntry &entry) {
     for (const auto &[name, value] : entry.fields) {
         if (name == "media")
             text += " <" + to_utf8(value) + ">";
+        else if (name == "buttons")
+            text += " buttons " + value;
         else if (name != "kind")
             text += " [" + to_utf8(value) + "]";
     }
+    if (entry.field("kind") == "qr_code")
+        text += " <QR code>";
     return entry.field("kind") == "blank" ? "display: (blank)" : text;
 }
 
@@ -83,6 +91,10 @@ std::string text_line(const JournalEntry &entry) {
         return "card: " + entry.field("action");
     if (entry.kind == "notify")
         return "notify: " + quoted_field(entry, "text");
+    if (entry.kind == "qrcode")
+        return "qr code: " + quoted_field(entry, "text");
+    if (entry.kind == "answered")
+        return "answered: " + entry.field("id") + " " + quoted_field(entry, "value");
     if (entry.kind == "captured")
         return "captured: " + quoted_field(entry, "value");
     return other_line(entry);
@@ -121,6 +133,7 @@ void Console::frame(const WireFrame &frame) {
     if (style_ == Style::json) {
         const nlohmann::json object{{"kind", "frame"},
                                     {"from", direction_word(frame.direction)},
+                                    {"framing", framing_word(frame.framing)},
                                     {"frame", frame_word(frame.kind)},
                                     {"encrypted", frame.encrypted},
                                     {"body", to_hex(frame.body)},
@@ -129,6 +142,8 @@ void Console::frame(const WireFrame &frame) {
         return;
     }
     std::string text = frame.direction == Direction::from_host ? "host   > " : "device > ";
+    if (frame.framing == Framing::extension)
+        text += "extension ";
     text += frame_word(frame.kind);
     if (frame.encrypted)
         text += " (encrypted)";

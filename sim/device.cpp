@@ -1,6 +1,7 @@
 #include "sim/device.h"
 
 #include "sim/commands/commands.h"
+#include "sim/ext_commands/ext_commands.h"
 #include "sim/screen.h"
 #include "sim/text.h"
 
@@ -12,13 +13,16 @@
 namespace sim {
 
 Device::Device(boost::asio::io_context &io, const Scenario &scenario, double time_scale,
-               AbecsLink &link, SecureChannel &channel, FaultInjector &faults, Logbook &log,
-               StateBoard &board)
-    : io_(io), scenario_(scenario), time_scale_(time_scale), link_(link), channel_(channel),
-      faults_(faults), log_(log), board_(board), media_(scenario.media) {
+               AbecsLink &link, ExtLink &ext_link, Transmitter &transmitter, SecureChannel &channel,
+               Logbook &log, StateBoard &board)
+    : io_(io), scenario_(scenario), time_scale_(time_scale), link_(link), ext_link_(ext_link),
+      transmitter_(transmitter), channel_(channel), log_(log), board_(board),
+      media_(scenario.media),
+      contactless_(scenario.contactless_card, scenario.card_held, scenario.missed_activations) {
     for (const ReplyRule &rule : scenario.replies)
         replies_.push_back({rule.change, Occasions(rule.target)});
     publish_media();
+    board_.change([this](Snapshot &state) { state.card_held = contactless_.held(); });
 }
 
 Device::~Device() = default;
@@ -29,20 +33,60 @@ std::chrono::nanoseconds Device::scaled(std::chrono::milliseconds duration) cons
     return std::chrono::duration_cast<std::chrono::nanoseconds>(shorter);
 }
 
-void Device::take_command(const Bytes &body, bool encrypted) {
-    current_id_ = "ERR";
+void Device::begin_command(const std::string &id, bool encrypted, Framing framing) {
+    current_id_ = id;
     current_encrypted_ = encrypted;
+    current_framing_ = framing;
     current_reply_.reset();
+}
+
+void Device::interrupt_waiting(const std::string &by) {
+    if (waiting_ == nullptr)
+        return;
+    log_.note("overlap", {{"id", board_.snapshot().pending_command}, {"by", by}});
+    board_.change([](Snapshot &state) { ++state.overlaps; });
+    retire_waiting();
+}
+
+void Device::take_command(const Bytes &body, bool encrypted) {
+    begin_command("ERR", encrypted, Framing::abecs);
     try {
         const Request request = read_request(body);
-        if (waiting_ != nullptr) {
-            log_.note("overlap", {{"id", board_.snapshot().pending_command}, {"by", request.id}});
-            board_.change([](Snapshot &state) { ++state.overlaps; });
-            retire_waiting();
-        }
+        interrupt_waiting(request.id);
         execute(request, encrypted);
     } catch (const Refusal &refusal) {
         answer(refusal.code());
+    }
+}
+
+void Device::take_ext_command(const Bytes &body) {
+    constexpr std::size_t id_length = 4;
+    const std::string text = to_text(body);
+    const std::string id = text.substr(0, id_length);
+    begin_command("ERR", false, Framing::extension);
+    interrupt_waiting(id);
+    execute(ExtRequest{id, to_bytes(text.substr(id.size()))});
+}
+
+void Device::execute(const ExtRequest &request) {
+    const ExtCommand *command = find_ext_command(request.id);
+    current_reply_ = choose_reply(request.id);
+    if (command == nullptr) {
+        answer(ExtResponse{"ERR", "10", {}});
+        return;
+    }
+    current_id_ = request.id;
+    if (current_reply_ && current_reply_->skip) {
+        answer(ExtResponse{request.id, {}, to_bytes(command->done)});
+    } else if (scenario_.require_open && !open_) {
+        answer(ExtResponse{"ERR", {}, to_bytes(command->refusal)});
+    } else {
+        try {
+            command->run(*this, request);
+        } catch (const BadField &problem) {
+            log_.note("malformed", {{"id", request.id}, {"why", problem.what()}});
+            answer(ExtResponse{request.id, {}, to_bytes(command->refusal)});
+        }
     }
 }
 
@@ -71,9 +115,7 @@ void Device::execute(const Request &request, bool encrypted) {
 }
 
 void Device::take_unreadable_command() {
-    current_id_ = "ERR";
-    current_encrypted_ = channel_.on();
-    current_reply_.reset();
+    begin_command("ERR", channel_.on(), Framing::abecs);
     retire_waiting();
     answer(status::bad_secure_packet);
 }
@@ -84,6 +126,12 @@ void Device::take_abort() {
         retire_waiting();
         clear_screen();
     }
+}
+
+void Device::take_stop() {
+    log_.note("stop", {{"id", board_.snapshot().pending_command}});
+    if (waiting_ != nullptr)
+        waiting_->host_stops();
 }
 
 void Device::press_digit(char digit) {
@@ -116,6 +164,27 @@ void Device::tap_card() {
     card_event("tap", board_.snapshot().chip_slot, "94");
 }
 
+void Device::press_button(char button) {
+    log_.note("key", {{"key", std::string(1, button)}});
+    if (waiting_ != nullptr)
+        waiting_->button(button);
+}
+
+void Device::hold_card() {
+    contactless_.hold();
+    note_card("hold");
+}
+
+void Device::take_card() {
+    contactless_.take();
+    note_card("take");
+}
+
+void Device::note_card(const char *action) {
+    log_.note("card", {{"action", action}});
+    board_.change([this](Snapshot &state) { state.card_held = contactless_.held(); });
+}
+
 void Device::card_event(const char *action, ChipSlot slot, const std::string &code) {
     log_.note("card", {{"action", action}});
     board_.change([slot](Snapshot &state) { state.chip_slot = slot; });
@@ -132,13 +201,7 @@ void Device::lose_power() {
 }
 
 std::optional<Fault> Device::strike_opn() {
-    auto fault = faults_.strike(FaultStage::opn);
-    if (fault) {
-        log_.note("fault",
-                  {{"stage", stage_word(FaultStage::opn)}, {"action", action_word(fault->kind)}});
-        board_.change([](Snapshot &state) { ++state.faults_struck; });
-    }
-    return fault;
+    return transmitter_.strike(FaultStage::opn);
 }
 
 std::optional<ReplyChange> Device::choose_reply(const std::string &id) {
@@ -176,6 +239,41 @@ Bytes Device::changed_body(Response response) const {
     return body;
 }
 
+Bytes Device::changed_body(ExtResponse response) const {
+    constexpr std::size_t id_length = 4;
+    constexpr std::size_t status_length = 2;
+    const ReplyChange change = current_reply_.value_or(ReplyChange{});
+    if (change.body)
+        return *change.body;
+    const ExtCommand *command = find_ext_command(current_id_);
+    const bool has_status = command != nullptr && command->has_status;
+    std::string id = change.id.value_or(response.id);
+    id.resize(id_length, ' ');
+    std::string rest = response.status + to_text(response.rest);
+    if (change.status && has_status) {
+        const std::string status = change.status->substr(change.status->size() - status_length);
+        rest = status == command->done ? status + rest.substr(status_length) : status;
+    }
+    if (scenario_.binary_status && has_status) {
+        for (std::size_t i = 0; i < status_length; ++i)
+            rest[i] = static_cast<char>(rest[i] - '0');
+    }
+    Bytes body = to_bytes(id + rest);
+    body.insert(body.end(), change.append.begin(), change.append.end());
+    return body;
+}
+
+void Device::answer(const ExtResponse &response) {
+    const Bytes body = changed_body(response);
+    const std::string text = to_text(body);
+    constexpr std::size_t id_length = 4;
+    log_.note("response", {{"id", text.substr(0, id_length)},
+                           {"status", text.size() > id_length ? text.substr(id_length, 2) : ""},
+                           {"encrypted", "no"}});
+    retire_waiting();
+    ext_link_.send(current_id_, body);
+}
+
 void Device::answer(Response response) {
     const Bytes body = changed_body(std::move(response));
     const std::string text = to_text(body);
@@ -195,7 +293,10 @@ void Device::notify(const std::string &text) {
 }
 
 void Device::send_body(const Bytes &body) {
-    link_.send(current_id_, body, current_encrypted_);
+    if (current_framing_ == Framing::extension)
+        ext_link_.send(current_id_, body);
+    else
+        link_.send(current_id_, body, current_encrypted_);
 }
 
 void Device::wait_with(std::unique_ptr<Waiting> waiting) {
@@ -255,36 +356,65 @@ void Device::close_session() {
 }
 
 void Device::show_text(ScreenKind kind, const std::string &text) {
-    set_screen(kind, lay_out(text, scenario_.columns, scenario_.rows), {});
+    set_screen({kind, lay_out(text, scenario_.columns, scenario_.rows), {}, {}, {}, {}});
 }
 
 void Device::show_idle_message(const std::string &text, std::size_t columns, std::size_t rows) {
-    set_screen(ScreenKind::text, lay_out(text, columns, rows), {});
+    set_screen({ScreenKind::text, lay_out(text, columns, rows), {}, {}, {}, {}});
 }
 
 void Device::show_media(const std::vector<std::string> &names, const std::string &text) {
-    set_screen(ScreenKind::media, lay_out(text, scenario_.columns, scenario_.rows), names);
+    set_screen(
+        {ScreenKind::media, lay_out(text, scenario_.columns, scenario_.rows), names, {}, {}, {}});
+}
+
+void Device::show_qr_code(const std::string &line, const std::string &text,
+                          const std::vector<std::string> &modules) {
+    set_screen({ScreenKind::qr_code,
+                lay_out(line, scenario_.columns, scenario_.rows),
+                {},
+                text,
+                modules,
+                {}});
+}
+
+void Device::show_survey(const std::string &text, const std::vector<std::string> &pictures,
+                         const std::string &buttons) {
+    set_screen({ScreenKind::survey,
+                lay_out(text, scenario_.columns, scenario_.rows),
+                pictures,
+                {},
+                {},
+                buttons});
 }
 
 void Device::clear_screen() {
-    set_screen(ScreenKind::blank, {}, {});
+    set_screen({});
 }
 
-void Device::set_screen(ScreenKind kind, std::vector<std::string> lines,
-                        std::vector<std::string> media) {
-    if (lines.empty() && media.empty())
-        kind = ScreenKind::blank;
-    static constexpr const char *kind_words[] = {"blank", "text", "prompt", "media"};
+void Device::set_screen(Screen screen) {
+    const bool nothing = screen.lines.empty() && screen.media.empty();
+    const bool plain = screen.kind == ScreenKind::text || screen.kind == ScreenKind::prompt ||
+                       screen.kind == ScreenKind::media;
+    if (plain && nothing)
+        screen.kind = ScreenKind::blank;
+    static constexpr const char *kind_words[] = {"blank", "text",    "prompt",
+                                                 "media", "qr_code", "survey"};
     std::vector<std::pair<std::string, std::string>> fields{
-        {"kind", kind_words[static_cast<std::size_t>(kind)]}};
-    for (std::size_t i = 0; i < lines.size(); ++i)
-        fields.emplace_back("line" + std::to_string(i + 1), lines[i]);
-    for (const std::string &name : media)
+        {"kind", kind_words[static_cast<std::size_t>(screen.kind)]}};
+    for (std::size_t i = 0; i < screen.lines.size(); ++i)
+        fields.emplace_back("line" + std::to_string(i + 1), screen.lines[i]);
+    for (const std::string &name : screen.media)
         fields.emplace_back("media", name);
+    if (!screen.buttons.empty())
+        fields.emplace_back("buttons", screen.buttons);
     board_.change([&](Snapshot &state) {
-        state.screen = kind;
-        state.display = std::move(lines);
-        state.shown_media = std::move(media);
+        state.screen = screen.kind;
+        state.display = std::move(screen.lines);
+        state.shown_media = std::move(screen.media);
+        state.qr_text = std::move(screen.qr_text);
+        state.qr_modules = std::move(screen.qr_modules);
+        state.buttons = std::move(screen.buttons);
     });
     log_.note("display", std::move(fields));
 }

@@ -83,7 +83,11 @@ const char *action_word(FaultKind kind) {
 
 FaultInjector::FaultInjector(const std::vector<FaultRule> &rules) {
     for (const FaultRule &rule : rules)
-        armed_.push_back({rule.stage, rule.fault, Occasions(rule.target)});
+        arm(rule);
+}
+
+void FaultInjector::arm(const FaultRule &rule) {
+    armed_.push_back({rule.stage, rule.fault, Occasions(rule.target)});
 }
 
 std::optional<Fault> FaultInjector::strike(FaultStage stage, const std::string &command) {

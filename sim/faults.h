@@ -110,6 +110,10 @@ public:
     // first rule that strikes.
     std::optional<Fault> strike(FaultStage stage, const std::string &command = "");
 
+    // Adds a rule behind the others; it counts from now on.
+    void arm(const FaultRule &rule);
+    void clear() { armed_.clear(); }
+
 private:
     struct Armed {
         FaultStage stage;

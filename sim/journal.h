@@ -17,7 +17,7 @@ namespace sim {
 //   display    kind, line1 .. lineN, media  the screen changed
 //   key        key                          a key went down ("0".."9" or a key's name)
 //   beep       why                          the device refused a key
-//   card       action, slot                 swipe, insert, remove, tap
+//   card       action, slot                 swipe, insert, remove, tap, hold, take
 //   command    id, encrypted                a good command frame was taken
 //   refused    why                          a frame from the host was answered with NAK
 //   response   id, status, encrypted        a response was handed to the line
@@ -28,6 +28,11 @@ namespace sim {
 //   secure     state                        "on" or "off"
 //   session    state                        "open" or "closed"
 //   captured   value                        a capture ended with this value
+//   qrcode     line, text                   a QR code is on the screen
+//   survey     id, ..., buttons             a survey is on the screen
+//   answered   id, value                    a QR code or survey ended with this answer
+//   stop       id                           the host wants this survey's answer now
+//   mifare     id, status                   what the contactless card was asked ended so
 //   media      action, name, size           load, store, refuse
 //   fault      stage, action                a fault of the scenario struck
 //   line-error text                         the line could not be read or written

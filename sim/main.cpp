@@ -113,6 +113,9 @@ private:
             if (word == "swipe") {
                 words >> word;
                 swipe(word);
+            } else if (word == "button") {
+                words >> word;
+                press_buttons(word);
             } else if (!press(word) && !handle(word)) {
                 std::cerr << "not understood: " << word << std::endl;
             }
@@ -125,6 +128,11 @@ private:
             std::cerr << "no such card: " << name << std::endl;
         else
             simulator_.swipe(found->second);
+    }
+
+    void press_buttons(const std::string &buttons) {
+        for (char button : buttons)
+            simulator_.press_button(button);
     }
 
     bool press(const std::string &word) {
@@ -145,6 +153,10 @@ private:
             simulator_.remove_card();
         else if (word == "tap")
             simulator_.tap_card();
+        else if (word == "hold")
+            simulator_.hold_card();
+        else if (word == "take")
+            simulator_.take_card();
         else if (word == "unplug")
             simulator_.unplug();
         else if (word == "replug")

@@ -5,6 +5,8 @@
 #include "sim/text.h"
 
 #include <algorithm>
+#include <array>
+#include <charconv>
 #include <sstream>
 #include <utility>
 
@@ -15,11 +17,16 @@ namespace {
 constexpr std::size_t max_count = 1000000;
 constexpr std::size_t max_u16 = 0xFFFF;
 
+bool is_ext_id(const std::string &word) {
+    constexpr std::size_t id_length = 4;
+    return word.size() == id_length;
+}
+
+// Three characters for the standard commands, four for the extension commands.
 bool is_command_id(const std::string &word) {
-    constexpr std::size_t id_length = 3;
-    return word.size() == id_length && std::all_of(word.begin(), word.end(), [](char c) {
-               return (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9');
-           });
+    return (word.size() == 3 || is_ext_id(word)) &&
+           std::all_of(word.begin(), word.end(),
+                       [](char c) { return (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9'); });
 }
 
 class ScenarioParser {
@@ -44,17 +51,24 @@ private:
     void status(ScenarioLine &line);
     void reply(ScenarioLine &line);
     void fault(ScenarioLine &line);
+    void qrcode(ScenarioLine &line);
+    void survey(ScenarioLine &line);
+    void cx_survey(ScenarioLine &line);
+    void mifare(ScenarioLine &line);
+    void binary_status(ScenarioLine &line);
 
     void book_script(ScenarioLine &line, ScriptBook &book, unsigned &last,
                      void (ScenarioParser::*step)(ScenarioLine &, Script &));
     bool common_step(ScenarioLine &line, Script &script);
     void capture_step(ScenarioLine &line, Script &script);
     void event_step(ScenarioLine &line, Script &script);
+    void screen_step(ScenarioLine &line, Script &script);
+    void key_step(ScenarioLine &line, Script &script, const std::string &expected);
     void typed_keys(ScenarioLine &line, Script &script);
     void swipe_step(ScenarioLine &line, Script &script);
 
     Target reply_target(ScenarioLine &line);
-    void reply_change(ScenarioLine &line, ReplyChange &change);
+    void reply_change(ScenarioLine &line, const std::string &command, ReplyChange &change);
     FaultStage stage(ScenarioLine &line);
     Fault fault_action(ScenarioLine &line, FaultStage stage);
     void apply_typing(ScriptBook &book) const;
@@ -62,6 +76,9 @@ private:
     Scenario scenario_;
     unsigned last_capture_ = 0;
     unsigned last_event_ = 0;
+    unsigned last_qr_code_ = 0;
+    unsigned last_survey_ = 0;
+    unsigned last_cx_survey_ = 0;
 };
 
 Step simple_step(Step::Kind kind, std::string text = {}) {
@@ -121,6 +138,71 @@ Bytes filler(std::size_t size) {
     return content;
 }
 
+template <std::size_t size>
+std::array<std::uint8_t, size> fixed_bytes(ScenarioLine &line, const std::string &what) {
+    const Bytes bytes = line.hex(what);
+    if (bytes.size() != size)
+        line.reject("expected " + what + " of " + std::to_string(size) + " bytes, found " +
+                    std::to_string(bytes.size()));
+    std::array<std::uint8_t, size> fixed{};
+    std::copy(bytes.begin(), bytes.end(), fixed.begin());
+    return fixed;
+}
+
+std::size_t card_block_number(ScenarioLine &line) {
+    return line.number_up_to(MifareCard::block_count - 1, "a block");
+}
+
+// key A|B SECTOR|* HEX
+void card_key(ScenarioLine &line, MifareCard &card) {
+    const bool a = line.accept("A");
+    if (!a && !line.accept("B"))
+        line.fail("A or B");
+    const MifareCard::KeyKind kind = a ? MifareCard::KeyKind::a : MifareCard::KeyKind::b;
+    std::size_t first = 0;
+    std::size_t last = MifareCard::sector_count - 1;
+    if (!line.accept("*"))
+        first = last = line.number_up_to(MifareCard::sector_count - 1, "a sector or *");
+    const auto key = fixed_bytes<MifareCard::key_size>(line, "a key");
+    for (std::size_t sector = first; sector <= last; ++sector)
+        card.set_key(sector, kind, key);
+}
+
+void card_block(ScenarioLine &line, MifareCard &card) {
+    const std::size_t block = card_block_number(line);
+    card.set_content(block, fixed_bytes<MifareCard::block_size>(line, "a block"));
+}
+
+void card_value(ScenarioLine &line, MifareCard &card) {
+    const std::size_t block = card_block_number(line);
+    const std::string text = line.word("a value");
+    std::int32_t value = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+    if (error != std::errc() || end != text.data() + text.size())
+        line.reject("expected a value, found '" + text + "'");
+    card.set_value(block, value);
+}
+
+void card_access(ScenarioLine &line, MifareCard &card) {
+    const std::size_t block = card_block_number(line);
+    const std::string flags = line.word("three access bits");
+    if (flags.size() != 3 || flags.find_first_not_of("01") != std::string::npos)
+        line.reject("expected three access bits, found '" + flags + "'");
+    card.set_access(block, {flags[0] == '1', flags[1] == '1', flags[2] == '1'});
+}
+
+// Whether a changed answer can be one of the command's, which for an extension command has no
+// parameters, and for some of them no status.
+void check_reply(ScenarioLine &line, const ReplyRule &rule) {
+    const std::string &id = rule.target.command;
+    if (!is_ext_id(id))
+        return;
+    if (!rule.change.omit.empty() || !rule.change.add.empty())
+        line.reject("the answer to " + id + " has no parameters");
+    if (rule.change.status && id.rfind("MF", 0) != 0)
+        line.reject("the answer to " + id + " has no status");
+}
+
 const std::map<std::string, ScenarioParser::Directive> &ScenarioParser::directives() {
     static const std::map<std::string, Directive> table{
         {"display", &ScenarioParser::display},
@@ -137,6 +219,11 @@ const std::map<std::string, ScenarioParser::Directive> &ScenarioParser::directiv
         {"status", &ScenarioParser::status},
         {"reply", &ScenarioParser::reply},
         {"fault", &ScenarioParser::fault},
+        {"qrcode", &ScenarioParser::qrcode},
+        {"survey", &ScenarioParser::survey},
+        {"cxsurvey", &ScenarioParser::cx_survey},
+        {"mifare", &ScenarioParser::mifare},
+        {"binary-status", &ScenarioParser::binary_status},
     };
     return table;
 }
@@ -156,7 +243,9 @@ Scenario ScenarioParser::parse(const std::string &text) {
         line.end();
     }
     apply_typing(scenario_.captures);
-    apply_typing(scenario_.events);
+    for (ScriptBook *book :
+         {&scenario_.events, &scenario_.qr_codes, &scenario_.surveys, &scenario_.cx_surveys})
+        apply_typing(*book);
     return scenario_;
 }
 
@@ -255,7 +344,8 @@ void ScenarioParser::book_script(ScenarioLine &line, ScriptBook &book, unsigned 
         const bool ended =
             !script.empty() &&
             (script.back().kind == Step::Kind::live || script.back().kind == Step::Kind::timeout ||
-             script.back().kind == Step::Kind::event || script.back().kind == Step::Kind::swipe);
+             script.back().kind == Step::Kind::event || script.back().kind == Step::Kind::swipe ||
+             script.back().kind == Step::Kind::answer);
         if (ended)
             line.fail("the end of the line, because nothing can follow the last step");
         (this->*step)(line, script);
@@ -297,11 +387,15 @@ void ScenarioParser::capture_step(ScenarioLine &line, Script &script) {
         typed_keys(line, script);
         return;
     }
+    key_step(line, script, "a step of a capture");
+}
+
+void ScenarioParser::key_step(ScenarioLine &line, Script &script, const std::string &expected) {
     const auto key = key_of_name(line.peek());
     const bool usable = key && (*key == Key::enter || *key == Key::cancel || *key == Key::clear ||
                                 *key == Key::backspace);
     if (!usable)
-        line.fail("a step of a capture");
+        line.fail(expected);
     line.word("a key");
     script.push_back(simple_step(Step::Kind::key));
     script.back().key = *key;
@@ -361,6 +455,71 @@ void ScenarioParser::swipe_step(ScenarioLine &line, Script &script) {
     script.back().card = found->second;
 }
 
+void ScenarioParser::qrcode(ScenarioLine &line) {
+    book_script(line, scenario_.qr_codes, last_qr_code_, &ScenarioParser::screen_step);
+}
+
+void ScenarioParser::survey(ScenarioLine &line) {
+    book_script(line, scenario_.surveys, last_survey_, &ScenarioParser::screen_step);
+}
+
+void ScenarioParser::cx_survey(ScenarioLine &line) {
+    book_script(line, scenario_.cx_surveys, last_cx_survey_, &ScenarioParser::screen_step);
+}
+
+void ScenarioParser::screen_step(ScenarioLine &line, Script &script) {
+    if (line.accept("wait")) {
+        script.push_back(simple_step(Step::Kind::pause));
+        script.back().delay = line.duration();
+    } else if (line.accept("raw")) {
+        script.push_back(simple_step(Step::Kind::raw));
+        script.back().bytes = line.text_or_hex("a body");
+    } else if (line.accept("timeout")) {
+        script.push_back(simple_step(Step::Kind::timeout));
+    } else if (line.accept("live")) {
+        script.push_back(simple_step(Step::Kind::live));
+    } else if (line.accept("answer")) {
+        script.push_back(simple_step(Step::Kind::answer));
+        script.back().bytes = line.text_or_hex("an answer");
+    } else if (line.accept("press")) {
+        for (char button : line.word("the buttons")) {
+            script.push_back(simple_step(Step::Kind::button, std::string(1, button)));
+            script.back().delay.reset();
+        }
+    } else {
+        key_step(line, script, "a step of a screen");
+    }
+}
+
+void ScenarioParser::mifare(ScenarioLine &line) {
+    MifareCard &card = scenario_.contactless_card;
+    scenario_.card_held = !line.accept("away");
+    if (!scenario_.card_held)
+        return;
+    if (line.done())
+        line.fail("what the contactless card is like");
+    while (!line.done()) {
+        if (line.accept("uid"))
+            card = MifareCard(fixed_bytes<MifareCard::uid_size>(line, "a card number"));
+        else if (line.accept("key"))
+            card_key(line, card);
+        else if (line.accept("block"))
+            card_block(line, card);
+        else if (line.accept("value"))
+            card_value(line, card);
+        else if (line.accept("access"))
+            card_access(line, card);
+        else if (line.accept("missed"))
+            scenario_.missed_activations = positive_count(line, "a count");
+        else
+            line.fail("uid, key, block, value, access, missed or away");
+    }
+}
+
+void ScenarioParser::binary_status(ScenarioLine &) {
+    scenario_.binary_status = true;
+}
+
 Target ScenarioParser::reply_target(ScenarioLine &line) {
     Target target;
     if (!line.accept("any")) {
@@ -378,6 +537,7 @@ void ScenarioParser::status(ScenarioLine &line) {
     OccasionWords given;
     accept_occasions(line, rule.target, given);
     default_to_always(rule.target, given);
+    check_reply(line, rule);
     scenario_.replies.push_back(rule);
 }
 
@@ -389,19 +549,23 @@ void ScenarioParser::reply(ScenarioLine &line) {
     if (line.done())
         line.fail("a change of the reply");
     while (!line.done()) {
-        reply_change(line, rule.change);
+        reply_change(line, rule.target.command, rule.change);
         accept_occasions(line, rule.target, given);
     }
     default_to_always(rule.target, given);
+    check_reply(line, rule);
     scenario_.replies.push_back(rule);
 }
 
-void ScenarioParser::reply_change(ScenarioLine &line, ReplyChange &change) {
+void ScenarioParser::reply_change(ScenarioLine &line, const std::string &command,
+                                  ReplyChange &change) {
     if (line.accept("status")) {
         change.status = status_digits(line);
     } else if (line.accept("id")) {
         const std::string id = line.word("an identifier");
-        if (id.size() != 3)
+        if (is_ext_id(command) && !is_ext_id(id))
+            line.reject("an identifier has four characters: '" + id + "'");
+        if (!is_ext_id(command) && id.size() != 3)
             line.reject("an identifier has three characters: '" + id + "'");
         change.id = id;
     } else if (line.accept("err")) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "sim/faults.h"
+#include "sim/mifare_card.h"
 #include "sim/packet.h"
 #include "sim/types.h"
 
@@ -26,11 +27,11 @@ private:
 
 // One thing that the customer does, after a delay.
 struct Step {
-    enum class Kind { pause, notify, raw, digit, key, timeout, live, event, swipe };
+    enum class Kind { pause, notify, raw, digit, key, timeout, live, event, swipe, button, answer };
     Kind kind = Kind::pause;
     std::optional<std::chrono::milliseconds> delay; // the default of typing when not given
-    std::string text;                               // notification, digit or event code
-    Bytes bytes;                                    // raw body
+    std::string text;                               // notification, digit, button or event code
+    Bytes bytes;                                    // raw body or answer
     Key key = Key::enter;
     Card card;
 };
@@ -62,6 +63,8 @@ struct ReplyRule {
 };
 
 struct Scenario {
+    static constexpr MifareCard::Uid default_uid{0x04, 0xA1, 0xB2, 0xC3};
+
     std::size_t columns = 20;
     std::size_t rows = 8;
     std::map<std::uint16_t, std::string> prompts;
@@ -74,6 +77,15 @@ struct Scenario {
     std::optional<std::chrono::milliseconds> replug_after;
     ScriptBook captures;
     ScriptBook events;
+    ScriptBook qr_codes;
+    ScriptBook surveys;
+    ScriptBook cx_surveys;
+    // The contactless card of the customer, and whether it is in the field from the start.
+    MifareCard contactless_card{default_uid};
+    bool card_held = false;
+    unsigned missed_activations = 0;
+    // Some devices answer MIFARE commands with the values of the status digits.
+    bool binary_status = false;
     std::vector<ReplyRule> replies;
     std::vector<FaultRule> faults;
 };

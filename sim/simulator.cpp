@@ -2,7 +2,9 @@
 
 #include "sim/abecs_link.h"
 #include "sim/device.h"
+#include "sim/ext_link.h"
 #include "sim/faults.h"
+#include "sim/host_line.h"
 #include "sim/logbook.h"
 #include "sim/port_link.h"
 #include "sim/pty_line.h"
@@ -10,6 +12,7 @@
 #include "sim/secure_channel.h"
 #include "sim/state_board.h"
 #include "sim/timer.h"
+#include "sim/transmitter.h"
 
 #include <boost/asio/executor_work_guard.hpp>
 #include <boost/asio/io_context.hpp>
@@ -30,13 +33,16 @@ public:
     Impl(const std::string &scenario_text, const SimulatorOptions &options)
         : scenario_(parse_scenario(scenario_text)), work_(boost::asio::make_work_guard(io_)),
           log_(options.keep_logs), port_link_(options.link), faults_(scenario_.faults),
-          line_(io_, log_, options.paced),
-          link_(io_, line_, channel_, faults_, log_, board_, options.frame_gap),
-          device_(io_, scenario_, checked_scale(options.time_scale), link_, channel_, faults_, log_,
-                  board_),
+          line_(io_, log_, options.paced), transmitter_(line_, faults_, log_, board_),
+          link_(channel_, transmitter_, log_, board_), ext_link_(transmitter_, log_, board_),
+          host_line_(io_, line_, link_, ext_link_, transmitter_, log_, board_, options.frame_gap),
+          device_(io_, scenario_, checked_scale(options.time_scale), link_, ext_link_, transmitter_,
+                  channel_, log_, board_),
           replug_timer_(io_) {
         link_.set_taker(device_);
-        line_.set_handlers([this](const Bytes &bytes) { link_.receive(bytes); },
+        ext_link_.set_taker(device_);
+        host_line_.set_taker(device_);
+        line_.set_handlers([this](const Bytes &bytes) { host_line_.receive(bytes); },
                            [this] { lose_cable(); });
         plug();
         thread_ = std::thread([this] { io_.run(); });
@@ -98,7 +104,10 @@ public:
     FaultInjector faults_;
     SecureChannel channel_;
     PtyLine line_;
+    Transmitter transmitter_;
     AbecsLink link_;
+    ExtLink ext_link_;
+    HostLine host_line_;
     Device device_;
 
 private:
@@ -115,7 +124,7 @@ private:
             const std::lock_guard lock(port_mutex_);
             port_.clear();
         }
-        link_.reset();
+        host_line_.reset();
         device_.lose_power();
         board_.change([](Snapshot &state) { state.plugged = false; });
         log_.note("unplugged");
@@ -176,6 +185,36 @@ void Simulator::remove_card() {
 
 void Simulator::tap_card() {
     impl_->run([this] { impl_->device_.tap_card(); });
+}
+
+void Simulator::press_button(char button) {
+    impl_->run([this, button] { impl_->device_.press_button(button); });
+}
+
+void Simulator::hold_card() {
+    impl_->run([this] { impl_->device_.hold_card(); });
+}
+
+void Simulator::take_card() {
+    impl_->run([this] { impl_->device_.take_card(); });
+}
+
+MifareCard Simulator::card() const {
+    MifareCard card = impl_->scenario_.contactless_card;
+    impl_->run([&] { card = impl_->device_.contactless().card(); });
+    return card;
+}
+
+void Simulator::arm_fault(const std::string &rule) {
+    const Scenario scenario = parse_scenario(rule);
+    impl_->run([&] {
+        for (const FaultRule &fault : scenario.faults)
+            impl_->faults_.arm(fault);
+    });
+}
+
+void Simulator::clear_faults() {
+    impl_->run([this] { impl_->faults_.clear(); });
 }
 
 void Simulator::send_raw(const Bytes &bytes) {

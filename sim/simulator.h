@@ -1,6 +1,7 @@
 #pragma once
 
 #include "sim/journal.h"
+#include "sim/mifare_card.h"
 #include "sim/snapshot.h"
 #include "sim/types.h"
 #include "sim/wire_log.h"
@@ -63,6 +64,18 @@ public:
     void insert_card();
     void remove_card();
     void tap_card();
+    // A button of a survey's screen.
+    void press_button(char button);
+    // The contactless card goes into the field and out of it.
+    void hold_card();
+    void take_card();
+    // The card as it is now.
+    MifareCard card() const;
+
+    // Adds faults while the device runs, from lines of the scenario language that begin with the
+    // word fault; they count their occasions from now on. Throws ScenarioError.
+    void arm_fault(const std::string &rule);
+    void clear_faults();
 
     // Sends bytes to the host outside any frame, now.
     void send_raw(const Bytes &bytes);

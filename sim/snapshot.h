@@ -21,6 +21,9 @@ struct Snapshot {
     ScreenKind screen = ScreenKind::blank;
     std::vector<std::string> display; // the lines as shown, without trailing blanks or empty lines
     std::vector<std::string> shown_media; // names on the screen, in the order of display
+    std::string qr_text;                  // what the QR code on the screen says
+    std::vector<std::string> qr_modules;  // its rows, '1' for dark, without the quiet zone
+    std::string buttons;                  // the characters of the buttons on the screen
     std::string idle_message;             // the text left by CLO or CLX, padding removed
     std::string idle_media;               // the media left by CLX
 
@@ -28,6 +31,10 @@ struct Snapshot {
     std::optional<std::string> last_captured; // of the last capture that ended with Enter
     std::uint16_t last_prompt = 0;            // the prompt number of the last capture
     std::string last_event;                   // the event code last reported
+
+    std::string last_answer; // of the last QR code or survey that the customer answered
+
+    bool card_held = false; // the contactless card is in the field
 
     std::vector<MediaFile> media; // the store, in order of arrival
     std::string loading;          // the name of the load that is under way

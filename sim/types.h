@@ -30,6 +30,6 @@ struct MediaFile {
 };
 
 // What the screen is made of at the moment.
-enum class ScreenKind { blank, text, prompt, media };
+enum class ScreenKind { blank, text, prompt, media, qr_code, survey };
 
 } // namespace sim

@@ -27,10 +27,13 @@ public:
     virtual bool for_customer() const { return true; }
 
     virtual void digit(char) {}
+    virtual void button(char) {}
     virtual void key(Key) {}
     virtual void swipe(const Card &) {}
     // Insertion, removal or tap, as an event code.
     virtual void card_event(const std::string &) {}
+    // The host does not want to wait any longer.
+    virtual void host_stops() {}
 };
 
 // Plays a script: waits before each step, sends notifications and raw bodies, and hands all other

@@ -25,6 +25,9 @@ struct WireChunk {
 //   noise        bytes outside any frame, or sent by a fault
 enum class FrameKind { command, bad_command, response, ack, nak, can, eot, noise };
 
+// The two framings that share the line. Control bytes outside frames count as those of abecs.
+enum class Framing { abecs, extension };
+
 struct WireFrame {
     Direction direction = Direction::from_host;
     Clock::time_point time;
@@ -32,6 +35,7 @@ struct WireFrame {
     bool encrypted = false; // the frame carried DC2
     Bytes body;             // unstuffed and decrypted when a key was there to do it
     Bytes raw;              // exactly the bytes of the line
+    Framing framing = Framing::abecs;
 };
 
 struct WireLog {
