@@ -70,6 +70,25 @@ INSTANTIATE_TEST_SUITE_P(
                   "media LOGO text \"x\"",
                   {"session"},
                   "image LOGO\nplay LOGO LOGO\nmedia list\nimage OTHER\n"},
+        Recording{"mifare",
+                  "mifare uid 11223344 value 4 1000",
+                  {"session", "--keep-going"},
+                  "mifare read 4\n"
+                  "mifare read 4 --key A:FFFFFFFFFFFF\n"
+                  "mifare write 5 00112233 --from 4\n"
+                  "mifare value 4 get\n"
+                  "mifare value 4 set 7\n"
+                  "mifare value 4 add 5\n"
+                  "mifare value 4 copy --to 6\n"
+                  "mifare config 4\n"
+                  "mifare config 4 --set 100 --key-a FFFFFFFFFFFF --key-b B0B1B2B3B4B5\n"
+                  "mifare keys 4 --key-a A0A1A2A3A4A5 --key-b B0B1B2B3B4B5\n"},
+        Recording{"mifare_damaged", "fault response MF01 nth 1 bad-crc", {"mifare", "activate"}},
+        Recording{"qr", "qrcode enter", {"qr", "OL\xC3\x81", "--line", "PAGUE", "--wait", "60"}},
+        Recording{"qr_error", "qrcode enter\nreply QR01 err", {"qr", "A"}},
+        Recording{"survey", "survey press 3", {"survey", "COMO FOI?", "1 A 4"}},
+        Recording{"survey_stopped", "survey live", {"survey", "NOTA?", "--stop-after", "0"}},
+        Recording{"cxsurvey", "cxsurvey press 7", {"cxsurvey", "NOTA?", "--score-type", "4"}},
         Recording{"close_extended",
                   "media LOGO text \"x\"",
                   {"close", "FECHADO\\nVOLTE AMANH\xC3\x83", "--media", "LOGO"}}),

@@ -92,11 +92,12 @@ TEST(QrDrawing, OfNothingIsNothing) {
 }
 
 TEST(Qr, ShowsTheSameCodeOnTheDeviceAndHere) {
-    sim::Simulator device("qrcode wait 100 cancel");
+    sim::Simulator device("qrcode live");
     Tool qr({"--port", device.port(), "qr", "OL\xC3\x81", "--line", "PAGUE", "--line-type", "2",
              "--wait", "60"});
     ASSERT_TRUE(device.wait_pending("QR01", PATIENCE));
     const sim::Snapshot shown = device.snapshot();
+    device.press_key(sim::Key::cancel);
     const Outcome outcome = qr.finish();
     EXPECT_EQ(outcome.exit, 0) << outcome.err;
     std::vector<std::string> lines = tool::linesOf(outcome.out);

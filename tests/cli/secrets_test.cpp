@@ -127,6 +127,20 @@ TEST(Secrets, AreMaskedOnStandardErrorToo) {
     expectNone(outcome.err);
 }
 
+TEST(Secrets, WhatCardsHoldIsMaskedHoweverItComes) {
+    for (const std::string fault :
+         {"", "fault response MF03 drop 20", "fault response MF03 prefix 3833393137323634",
+          "reply MF03 id MF99", "fault ack MF02 nak"}) {
+        const TemporaryFile scenario(
+            "mifare uid 83917264 key A * 839172648391 block 4 83917264839172648391726483917264\n" +
+            fault);
+        const Outcome outcome = run({"--simulate", scenario.path(), "mifare", "read", "4", "--key",
+                                     "A:839172648391", "--trace", "--trace-plain"});
+        EXPECT_THAT(outcome.err, HasSubstr("-> MF02")) << fault;
+        expectNone(outcome.err);
+    }
+}
+
 TEST(Secrets, TraceFilesAreTheOwnersAlone) {
     const TemporaryFile trace;
     ASSERT_EQ(::chmod(trace.path().c_str(), 0644), 0);
