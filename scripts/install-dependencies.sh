@@ -12,10 +12,10 @@
 # Needs root, or sudo, only when something is missing.
 set -eu
 
-build_packages='binutils cmake g++ libboost-dev libcli11-dev libedit-dev libqrencode-dev libssl-dev libtomcrypt-dev
-    libtommath-dev ninja-build nlohmann-json3-dev pkg-config'
-test_packages='clang clang-format clang-tidy libbenchmark-dev libclang-rt-14-dev libgmock-dev libgtest-dev libzbar-dev
-    python3'
+build_packages='binutils cmake g++ libboost-dev libcli11-dev libedit-dev libqrencode-dev libssl-dev
+    libtomcrypt-dev libtommath-dev ninja-build nlohmann-json3-dev pkg-config'
+test_packages='clang clang-format clang-tidy libbenchmark-dev libclang-rt-14-dev libgmock-dev libgtest-dev
+    libzxing-dev python3'
 bench_packages='libbenchmark-dev libmodbus-dev python3 strace'
 windows_packages='dpkg-dev g++-mingw-w64-i686-posix g++-mingw-w64-x86-64-posix wine wine64'
 languages_packages='default-jdk-headless libjna-java mono-mcs mono-runtime nodejs'

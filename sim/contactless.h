@@ -15,6 +15,8 @@ public:
         held_ = false;
         card_.select();
     }
+    // The reader has no power: the card forgets what was proved to it.
+    void lose_field() { card_.select(); }
     bool held() const { return held_; }
 
     // Looks for a card. Returns null when there is none, or when the scenario lets it be missed.

@@ -193,6 +193,7 @@ void Device::card_event(const char *action, ChipSlot slot, const std::string &co
 }
 
 void Device::lose_power() {
+    contactless_.lose_field();
     retire_waiting();
     close_session();
     media_.give_up();

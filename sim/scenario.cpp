@@ -482,6 +482,9 @@ void ScenarioParser::screen_step(ScenarioLine &line, Script &script) {
         script.push_back(simple_step(Step::Kind::answer));
         script.back().bytes = line.text_or_hex("an answer");
     } else if (line.accept("press")) {
+        const std::string buttons = line.peek();
+        if (buttons.empty() || buttons.find_first_not_of("0123456789ABC") != std::string::npos)
+            line.fail("buttons (0 to 9, A to C)");
         for (char button : line.word("the buttons")) {
             script.push_back(simple_step(Step::Kind::button, std::string(1, button)));
             script.back().delay.reset();

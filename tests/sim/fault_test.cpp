@@ -1,4 +1,5 @@
 #include "sim/faults.h"
+#include "sim/scenario.h"
 #include "sim/simulator.h"
 #include "tests/sim/host.h"
 
@@ -281,6 +282,32 @@ TEST(Reply, OfAnyCommand) {
     Host host(device.port());
     EXPECT_EQ(host.ask("OPN"), "OPN040");
     EXPECT_EQ(host.ask("XYZ"), "ERR040");
+    EXPECT_EQ(host.ask("OPN"), "OPN000");
+}
+
+TEST(ArmedFault, StrikesARunningDeviceAndCountsFromNowOn) {
+    sim::Simulator device;
+    Host host(device.port());
+    EXPECT_EQ(host.ask("OPN"), "OPN000");
+    device.arm_fault("fault ack nth 2 nak");
+    EXPECT_EQ(host.ask("OPN"), "OPN000");
+    EXPECT_EQ(host.send("OPN"), nak);
+    EXPECT_EQ(host.ask("OPN"), "OPN000");
+}
+
+TEST(ArmedFault, IsClearedWithAllOthers) {
+    sim::Simulator device("fault ack always nak");
+    Host host(device.port());
+    device.arm_fault("fault response always silent");
+    EXPECT_EQ(host.send("OPN"), nak);
+    device.clear_faults();
+    EXPECT_EQ(host.ask("OPN"), "OPN000");
+}
+
+TEST(ArmedFault, MustBeUnderstood) {
+    sim::Simulator device;
+    EXPECT_THROW(device.arm_fault("fault ack explode"), sim::ScenarioError);
+    Host host(device.port());
     EXPECT_EQ(host.ask("OPN"), "OPN000");
 }
 

@@ -1,4 +1,4 @@
-#include "tests/sim/host.h"
+#include "tests/sim/ext_host.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -199,6 +199,22 @@ TEST_F(ProgramTest, TakesKeysFromItsInput) {
     program.line_starting("command id=CEX");
     program.type("swipe c\n");
     EXPECT_EQ(host.answer(), "CEX000011" + record(0x8040, "90") + record(0x8041, "T"));
+}
+
+TEST_F(ProgramTest, TakesButtonsAndMovesTheCardByItsInput) {
+    Program program({"--type"});
+    Host host(program.line());
+    EXPECT_EQ(ext_ask(host, "MF01"), "MF0101");
+    program.type("hold\n");
+    std::string found;
+    for (int tries = 0; tries < 100 && found != "MF010004A1B2C3"; ++tries)
+        found = ext_ask(host, "MF01");
+    EXPECT_EQ(found, "MF010004A1B2C3");
+    ASSERT_TRUE(ext_start(host, "EX1010500000"
+                                "0RATE US"));
+    EXPECT_EQ(program.line_starting("display: ["), "display: [RATE US] buttons 0123456789");
+    program.type("button 42\nenter\n");
+    EXPECT_EQ(ext_answer(host), "EX10042");
 }
 
 TEST_F(ProgramTest, EndsAfterTheCloseWhenToldOnce) {

@@ -109,6 +109,60 @@ TEST(Scenario, EveryFaultWordIsUnderstood) {
     }
 }
 
+TEST(Scenario, DescribesTheContactlessCard) {
+    const Scenario scenario =
+        parse_scenario("mifare uid 11223344 key A 1 A0A1A2A3A4A5 key B * B0B1B2B3B4B5\n"
+                       "mifare block 5 000102030405060708090a0b0c0d0e0f value 4 -7 access 4 110\n"
+                       "mifare missed 3\nbinary-status\n");
+    const sim::MifareCard &card = scenario.contactless_card;
+    EXPECT_TRUE(scenario.card_held);
+    EXPECT_TRUE(scenario.binary_status);
+    EXPECT_EQ(scenario.missed_activations, 3U);
+    EXPECT_EQ(card.uid(), (sim::MifareCard::Uid{0x11, 0x22, 0x33, 0x44}));
+    EXPECT_EQ(card.content(7).at(0), 0xA0);
+    EXPECT_EQ(card.content(3).at(0), 0xFF);
+    EXPECT_EQ(card.content(3).at(10), 0xB0);
+    EXPECT_EQ(card.content(63).at(15), 0xB5);
+    EXPECT_EQ(card.content(5).at(15), 0x0F);
+    EXPECT_EQ(card.content(4).at(0), 0xF9);
+    EXPECT_TRUE(card.access(4)->c1);
+    EXPECT_FALSE(card.access(5)->c1);
+}
+
+TEST(Scenario, HasNoContactlessCardInTheFieldUnlessToldSo) {
+    EXPECT_FALSE(parse_scenario("").card_held);
+    EXPECT_FALSE(parse_scenario("mifare uid 11223344\nmifare away").card_held);
+}
+
+TEST(Scenario, ScriptsOfQrCodesAndSurveysBecomeSteps) {
+    const Scenario scenario =
+        parse_scenario("typing 30\nqrcode wait 10 enter\nsurvey 2 press 7\n"
+                       "cxsurvey press 05 enter\ncxsurvey answer hex 4100\ncxsurvey * timeout");
+    const sim::Script code = scenario.qr_codes.script_for(1);
+    ASSERT_EQ(code.size(), 2U);
+    EXPECT_EQ(code[0].delay, milliseconds(10));
+    EXPECT_EQ(code[1].key, sim::Key::enter);
+    EXPECT_TRUE(scenario.surveys.script_for(1).empty());
+    EXPECT_EQ(scenario.surveys.script_for(2).front().kind, Step::Kind::button);
+    EXPECT_EQ(scenario.surveys.script_for(2).front().text, "7");
+    const sim::Script typed = scenario.cx_surveys.script_for(1);
+    ASSERT_EQ(typed.size(), 3U);
+    EXPECT_EQ(typed[0].text, "0");
+    EXPECT_EQ(typed[1].text, "5");
+    EXPECT_EQ(scenario.cx_surveys.script_for(2).front().bytes, (sim::Bytes{0x41, 0x00}));
+    EXPECT_EQ(scenario.cx_surveys.script_for(9).front().kind, Step::Kind::timeout);
+}
+
+TEST(Scenario, RulesNameExtensionCommandsToo) {
+    const Scenario scenario = parse_scenario("status MF01 044\nreply QR01 id QR99\n"
+                                             "fault ack EX10 nak\nfault response EX08 bad-crc");
+    ASSERT_EQ(scenario.replies.size(), 2U);
+    EXPECT_EQ(scenario.replies[0].target.command, "MF01");
+    EXPECT_EQ(scenario.replies[1].change.id, "QR99");
+    ASSERT_EQ(scenario.faults.size(), 2U);
+    EXPECT_EQ(scenario.faults[1].target.command, "EX08");
+}
+
 struct BadLine {
     const char *text;
     const char *complaint;
@@ -167,6 +221,38 @@ TEST(ScenarioError, NamesTheLineAndWhatWasExpected) {
         BadLine{"fault ack byte 5",
                 "line 1: expected one byte as two hexadecimal digits, found '5'"},
         BadLine{"fault can GCD silent", "line 1: expected an action of can, found 'GCD'"},
+        BadLine{"mifare",
+                "line 1: expected what the contactless card is like, found the end of the line"},
+        BadLine{"mifare uid 112233", "line 1: expected a card number of 4 bytes, found 3"},
+        BadLine{"mifare uid",
+                "line 1: expected a card number as hexadecimal digits, found the end of the line"},
+        BadLine{"mifare key C 1 FFFFFFFFFFFF", "line 1: expected A or B, found 'C'"},
+        BadLine{"mifare key A 16 FFFFFFFFFFFF",
+                "line 1: expected a sector or * (0 to 15), found '16'"},
+        BadLine{"mifare key A 1 FFFF", "line 1: expected a key of 6 bytes, found 2"},
+        BadLine{"mifare block 64 00", "line 1: expected a block (0 to 63), found '64'"},
+        BadLine{"mifare block 4 00", "line 1: expected a block of 16 bytes, found 1"},
+        BadLine{"mifare value 4 x", "line 1: expected a value, found 'x'"},
+        BadLine{"mifare value 4 4294967296", "line 1: expected a value, found '4294967296'"},
+        BadLine{"mifare access 4 112", "line 1: expected three access bits, found '112'"},
+        BadLine{"mifare access 4", "line 1: expected three access bits, found the end of the line"},
+        BadLine{"mifare missed 0", "line 1: expected a count from 1 on, found 0"},
+        BadLine{"mifare colour red",
+                "line 1: expected uid, key, block, value, access, missed or away, found 'colour'"},
+        BadLine{"qrcode press",
+                "line 1: expected buttons (0 to 9, A to C), found the end of the line"},
+        BadLine{"qrcode keys 1", "line 1: expected a step of a screen, found 'keys'"},
+        BadLine{"survey press 1x", "line 1: expected buttons (0 to 9, A to C), found '1x'"},
+        BadLine{"survey", "line 1: expected a step, found the end of the line"},
+        BadLine{"cxsurvey answer Z",
+                "line 1: expected an answer in quotes, or hex and digits, found 'Z'"},
+        BadLine{"status QR01 001", "line 1: the answer to QR01 has no status"},
+        BadLine{"reply MF01 id MF9", "line 1: an identifier has four characters: 'MF9'"},
+        BadLine{"reply MF01 omit 804D", "line 1: the answer to MF01 has no parameters"},
+        BadLine{"reply MF01 param 8001 \"x\"", "line 1: the answer to MF01 has no parameters"},
+        BadLine{"fault response MF1X9 silent",
+                "line 1: expected an action of response, found 'MF1X9'"},
+        BadLine{"binary-status yes", "line 1: expected the end of the line, found 'yes'"},
         BadLine{"fault opn lead-30 3", "line 1: expected 1 or 2 leading bytes, found 3"},
         BadLine{"fault opn len1 1000", "line 1: expected a number of three digits, found 1000"},
         BadLine{"fault opn ksec-length 201",
