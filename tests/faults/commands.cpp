@@ -60,8 +60,12 @@ void prepareEnd(AbecsPinpad *pinpad) {
 
 const char *scenario() {
     return "media LOGO text \"picture\"\n"
-           "capture keys 1234 enter\n"
-           "event key f1\n";
+           "capture * keys 1234 enter\n"
+           "event * key f1\n"
+           "mifare uid 11223344 value 4 1000\n"
+           "qrcode * enter\n"
+           "survey * press 7\n"
+           "cxsurvey * press 2\n";
 }
 
 const std::vector<Command> &commands() {

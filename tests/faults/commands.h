@@ -28,7 +28,12 @@ struct Command {
     bool changesChannel = false;
 };
 
+/// The commands of the ABECS framing, and those of the extension framing.
 const std::vector<Command> &commands();
+const std::vector<Command> &extensionCommands();
+
+/// Whether the frames of the command are those of the extension framing.
+bool isExtension(const Command &command);
 
 /// What the device must have for the commands to succeed.
 const char *scenario();

@@ -31,6 +31,13 @@ struct Fault {
     PclResult_e code = PCL_RESULT_OK;
     /// Exact detail of the failure; of a line that is gone, its beginning.
     const char *detail = "";
+    /// The same for an extension command, where it is another one.
+    const char *extensionDetail = nullptr;
+
+    std::string detailFor(const faults::Command &command) const {
+        return faults::isExtension(command) && extensionDetail != nullptr ? extensionDetail
+                                                                          : detail;
+    }
 };
 
 constexpr const char *SILENT = "Timeout waiting for data";
@@ -47,7 +54,8 @@ const Fault FAULTS[] = {
     {"ack", "silent", Outcome::failure, PCL_RESULT_TIMEOUT_ERROR, SILENT},
     // The answer follows at once where the acknowledgement should have been.
     {"ack", "lost", Outcome::failure, PCL_RESULT_PROTOCOL_ERROR,
-     "Protocol error (unknown packet response: 0x16)"},
+     "Protocol error (unknown packet response: 0x16)",
+     "Protocol error (unknown packet response: 0x2)"},
     {"ack", "delay 40", Outcome::good},
     {"ack", "unplug", Outcome::lineGone, PCL_RESULT_IO_ERROR, "ReadFile() error: "},
     {"response", "bad-crc", Outcome::good},
@@ -60,9 +68,9 @@ const Fault FAULTS[] = {
     {"response", "duplicate 0", Outcome::good},
     {"response", "corrupt 4", Outcome::good},
     {"response", "corrupt 0", Outcome::failure, PCL_RESULT_PROTOCOL_ERROR,
-     "Protocol error (expected SYN, read 0xe9)"},
+     "Protocol error (expected SYN, read 0xe9)", "Protocol error (expected STX, read 0xfd)"},
     {"response", "prefix 41", Outcome::failure, PCL_RESULT_PROTOCOL_ERROR,
-     "Protocol error (expected SYN, read 0x41)"},
+     "Protocol error (expected SYN, read 0x41)", "Protocol error (expected STX, read 0x41)"},
     {"response", "suffix 4142", Outcome::good},
     {"response", "twice", Outcome::good},
     {"response", "silent", Outcome::failure, PCL_RESULT_TIMEOUT_ERROR, SILENT},
@@ -76,34 +84,24 @@ std::ostream &operator<<(std::ostream &out, const Fault &fault) {
     return out << fault.stage << ' ' << fault.action;
 }
 
-class Schedule : public testing::TestWithParam<std::tuple<std::size_t, bool>> {
-protected:
-    void SetUp() override { pcl_serial_set_time_divisor(TIME_DIVISOR); }
-
-    static const faults::Command &command() {
-        return faults::commands().at(std::get<0>(GetParam()));
-    }
-    static bool secure() { return std::get<1>(GetParam()); }
-};
-
 std::string fullMessage(PclResult_e code, const std::string &detail) {
     return std::string("[") + pcl_result_to_string(code) + "] " + detail;
 }
 
-void expectOutcome(const Fault &fault, bool polls, const PclFailure &failure, std::int32_t result,
-                   std::int32_t good) {
+void expectOutcome(const faults::Command &command, const Fault &fault, const PclFailure &failure,
+                   std::int32_t result) {
     if (fault.outcome == Outcome::good) {
         EXPECT_EQ(std::string(), failure.message);
-        EXPECT_EQ(good, result);
+        EXPECT_EQ(command.good, result);
         return;
     }
-    if (polls && fault.code == PCL_RESULT_TIMEOUT_ERROR) {
+    if (command.polls && fault.code == PCL_RESULT_TIMEOUT_ERROR) {
         EXPECT_EQ(std::string(), failure.message);
         EXPECT_EQ(-1, result);
         return;
     }
     EXPECT_EQ(fault.code, failure.code);
-    const std::string expected = fullMessage(fault.code, fault.detail);
+    const std::string expected = fullMessage(fault.code, fault.detailFor(command));
     if (fault.outcome == Outcome::lineGone) {
         EXPECT_EQ(expected, std::string(failure.message).substr(0, expected.size()));
     } else {
@@ -131,49 +129,74 @@ void expectNextCommandWorks(AbecsPinpad *pinpad) {
     EXPECT_EQ(std::string(), failure.message);
 }
 
-void strike(const faults::Command &command, bool secure, const Fault &fault) {
-    SCOPED_TRACE(testing::Message() << fault);
-    // The session is opened undisturbed, so that the first OPN is not the one that is struck.
-    const std::string nth = command.frame == "OPN" ? " nth 2" : "";
-    sim::Simulator device(std::string(faults::scenario()) + "fault " + fault.stage + " " +
-                          command.frame + nth + " " + fault.action + "\n");
-    const AbecsPinpadPtr pinpad = openSession(device.port(), secure);
-    ASSERT_NE(nullptr, pinpad);
-    if (command.prepare != nullptr) {
-        const PclFailure failure = pcl_attempt([&] { command.prepare(pinpad.get()); });
-        ASSERT_EQ(std::string(), failure.message);
+// A device and a host's session with it, which one fault after the other strikes.
+class Session {
+public:
+    explicit Session(bool secure) : m_device(faults::scenario()), m_secure(secure) {
+        pcl_serial_set_time_divisor(TIME_DIVISOR);
+        m_pinpad = openSession(m_device.port(), m_secure);
     }
-    std::int32_t result = -99;
-    const PclFailure failure = pcl_attempt([&] { result = command.run(pinpad.get()); });
-    expectOutcome(fault, command.polls, failure, result, command.good);
-    EXPECT_GT(device.snapshot().faults_struck, 0U);
 
-    if (fault.outcome == Outcome::lineGone) {
-        device.replug();
-        const AbecsPinpadPtr again = openSession(device.port(), secure);
-        ASSERT_NE(nullptr, again);
-        expectNextCommandWorks(again.get());
-        return;
-    }
-    if (failure && command.changesChannel && secure) {
-        // Host and device may disagree on the channel now; opening it again settles that.
-        const PclFailure reopened =
-            pcl_attempt([&] { EXPECT_EQ(ABECS_RSP_STAT_ST_OK, abecs_open(pinpad.get(), 1)); });
-        EXPECT_EQ(std::string(), reopened.message);
-    }
-    expectNextCommandWorks(pinpad.get());
-}
+    void strike(const faults::Command &command, const Fault &fault) {
+        SCOPED_TRACE(testing::Message() << fault);
+        ASSERT_NE(nullptr, m_pinpad);
+        const std::size_t before = m_device.snapshot().faults_struck;
+        m_device.arm_fault(std::string("fault ") + fault.stage + " " + command.frame + " " +
+                           fault.action);
+        if (command.prepare != nullptr) {
+            const PclFailure failure = pcl_attempt([&] { command.prepare(m_pinpad.get()); });
+            ASSERT_EQ(std::string(), failure.message);
+        }
+        std::int32_t result = -99;
+        const PclFailure failure = pcl_attempt([&] { result = command.run(m_pinpad.get()); });
+        expectOutcome(command, fault, failure, result);
+        EXPECT_GT(m_device.snapshot().faults_struck, before);
+        m_device.clear_faults();
 
-TEST_P(Schedule, EveryFaultAtTheCommandsFrame) {
+        if (fault.outcome == Outcome::lineGone) {
+            m_device.replug();
+            m_pinpad = openSession(m_device.port(), m_secure);
+            ASSERT_NE(nullptr, m_pinpad);
+        } else if (failure && command.changesChannel && m_secure) {
+            reopen();
+        }
+        expectNextCommandWorks(m_pinpad.get());
+        if (command.changesChannel) {
+            reopen();
+        }
+    }
+
+private:
+    // Host and device may disagree on the channel, or have given it up; opening it again settles
+    // that.
+    void reopen() {
+        const PclFailure failure = pcl_attempt(
+            [&] { EXPECT_EQ(ABECS_RSP_STAT_ST_OK, abecs_open(m_pinpad.get(), m_secure ? 1 : 0)); });
+        EXPECT_EQ(std::string(), failure.message);
+    }
+
+    sim::Simulator m_device;
+    bool m_secure;
+    AbecsPinpadPtr m_pinpad;
+};
+
+void strikeWithEveryFault(const faults::Command &command, bool secure) {
+    Session session(secure);
     std::size_t struck = 0;
     for (const Fault &fault : FAULTS) {
         const bool atAck = std::string(fault.stage) == "ack";
-        if (atAck ? command().sends : command().receives) {
-            strike(command(), secure(), fault);
+        if (atAck ? command.sends : command.receives) {
+            session.strike(command, fault);
             ++struck;
         }
     }
     EXPECT_GE(struck, 9U);
+}
+
+class Schedule : public testing::TestWithParam<std::tuple<std::size_t, bool>> {};
+
+TEST_P(Schedule, EveryFaultAtTheCommandsFrame) {
+    strikeWithEveryFault(faults::commands().at(std::get<0>(GetParam())), std::get<1>(GetParam()));
 }
 
 INSTANTIATE_TEST_SUITE_P(Commands, Schedule,
@@ -183,5 +206,21 @@ INSTANTIATE_TEST_SUITE_P(Commands, Schedule,
                              return faults::commands().at(std::get<0>(instance.param)).name +
                                     (std::get<1>(instance.param) ? "Secure" : "Plain");
                          });
+
+class ExtensionSchedule : public testing::TestWithParam<std::tuple<std::size_t, bool>> {};
+
+TEST_P(ExtensionSchedule, EveryFaultAtTheCommandsFrame) {
+    strikeWithEveryFault(faults::extensionCommands().at(std::get<0>(GetParam())),
+                         std::get<1>(GetParam()));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Commands, ExtensionSchedule,
+    testing::Combine(testing::Range<std::size_t>(0, faults::extensionCommands().size()),
+                     testing::Bool()),
+    [](const auto &instance) {
+        return faults::extensionCommands().at(std::get<0>(instance.param)).name +
+               (std::get<1>(instance.param) ? "Secure" : "Plain");
+    });
 
 } // namespace

@@ -14,9 +14,6 @@ inline constexpr const char *ABORT = "CAN";
 /// the abort.
 const std::vector<faults::Command> &commands();
 
-/// Whether the command travels in a frame of the extension link.
-bool isExtension(const faults::Command &command);
-
 /// What the device must have and do for all of them to succeed any number of times.
 std::string scenario();
 

@@ -166,7 +166,7 @@ private:
     Milliseconds scaled(Milliseconds time) const { return time / m_divisor; }
 
     Milliseconds firstWait() const {
-        if (isExtension(m_command)) {
+        if (faults::isExtension(m_command)) {
             return EXTENSION_WAIT;
         }
         return m_command.polls ? BYTE_WAIT : FIRST_BYTE_WAIT;
@@ -226,7 +226,7 @@ FaultPlan planFaults(Dice &dice, const faults::Command &command, bool secure, un
     if (!command.receives || !dice.percent(rate)) {
         return planner.take();
     }
-    const bool isStandard = !isExtension(command);
+    const bool isStandard = !faults::isExtension(command);
     if (secure && command.frame == "OPN" && dice.percent(50)) {
         planner.atKeyExchange();
     } else if (isStandard && secure && dice.percent(25)) {
