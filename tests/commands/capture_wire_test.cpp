@@ -209,7 +209,7 @@ TEST_F(CaptureWire, PollSendsNothing) {
 TEST_F(CaptureWire, PollGivesTheTextOfANotification) {
     startTaken();
     const std::string longest(32, '\xE9');
-    for (const auto &[body, expected] : std::initializer_list<std::pair<std::string, std::string>>{
+    for (const auto &row : std::initializer_list<std::pair<std::string, std::string>>{
              {"NTM000002HI", "HI"},
              {"NTM000032" + longest, longest},
              {"NTM000004AB  ", "AB"},
@@ -217,6 +217,8 @@ TEST_F(CaptureWire, PollGivesTheTextOfANotification) {
              {"NTM000000", ""},
              {"NTM000", ""},
          }) {
+        const std::string &body = row.first;
+        const std::string &expected = row.second;
         SCOPED_TRACE(body);
         EXPECT_NO_FAILURE(EXPECT_EQ(-2, pollAnswered(body)));
         EXPECT_EQ(expected, m_notification.data());
@@ -235,7 +237,7 @@ TEST_F(CaptureWire, PollCopiesTheFirstValueWhole) {
     std::string longest(987, '7');
     longest[0] = '\0';
     longest[986] = '\x13';
-    for (const auto &[body, expected] : std::initializer_list<std::pair<std::string, std::string>>{
+    for (const auto &row : std::initializer_list<std::pair<std::string, std::string>>{
              {"GCD000004" + value + text("\0"), ""},
              {"GCD000005" + value + "\x01" + "9", "9"},
              {"GCD000036" + value + "\x20" + digits, digits},
@@ -249,6 +251,8 @@ TEST_F(CaptureWire, PollCopiesTheFirstValueWhole) {
              // What follows the value is not looked at.
              {"GCD000007" + value + "\x01" + "4" + "??", "4"},
          }) {
+        const std::string &body = row.first;
+        const std::string &expected = row.second;
         SCOPED_TRACE(peer::hex(bytes(body)));
         startTaken();
         EXPECT_NO_FAILURE(EXPECT_EQ(0, pollAnswered(body)));
@@ -260,7 +264,7 @@ TEST_F(CaptureWire, PollCopiesTheFirstValueWhole) {
 }
 
 TEST_F(CaptureWire, PollPassesTheStatusOnAndFreesTheSession) {
-    for (const auto &[body, expected] : std::initializer_list<std::pair<const char *, int>>{
+    for (const auto &row : std::initializer_list<std::pair<const char *, int>>{
              {"GCD013", 13},
              {"GCD012", 12},
              {"ERR011", 11},
@@ -270,6 +274,8 @@ TEST_F(CaptureWire, PollPassesTheStatusOnAndFreesTheSession) {
              {"GCD013ignored", 13},
              {"GCD011005\x80\x4D", 11},
          }) {
+        const char *const body = row.first;
+        const int expected = row.second;
         SCOPED_TRACE(body);
         startTaken();
         EXPECT_NO_FAILURE(EXPECT_EQ(expected, pollAnswered(body)));
