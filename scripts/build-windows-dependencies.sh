@@ -1,7 +1,8 @@
 #!/bin/sh
 # Builds LibTomMath and LibTomCrypt for Windows from Debian's source packages into
-# build/windows-dependencies/x86 and x64, once. The sources come from the machine's own package
-# sources, checked against their signatures; the system's package lists stay as they are.
+# build/windows-dependencies/x86 and x64, once, and puts the headers of CLI11 and nlohmann-json
+# beside them, which need no building. The sources come from the machine's own package sources,
+# checked against their signatures; the system's package lists stay as they are.
 set -eu
 cd "$(dirname "$0")/.."
 root=$PWD/build/windows-dependencies
@@ -32,7 +33,7 @@ build_for() { # name of the architecture, triplet
     prefix=$root/$1
     work=$root/work-$1
     [ -f "$prefix/complete" ] && return
-    rm -rf "$prefix" "$work"
+    rm -rf "$prefix/lib" "$work"
     mkdir -p "$prefix/include" "$prefix/lib" "$work"
     cp -r "$sources"/libtommath-*/ "$work/libtommath"
     cp -r "$sources"/libtomcrypt-*/ "$work/libtomcrypt"
@@ -47,6 +48,20 @@ build_for() { # name of the architecture, triplet
     : >"$prefix/complete"
 }
 
+# The cross compiler must not look into the system's own headers.
+copy_headers_for() { # name of the architecture
+    prefix=$root/$1
+    mkdir -p "$prefix/include" "$prefix/share/cmake"
+    for name in CLI nlohmann; do
+        cp -r "/usr/include/$name" "$prefix/include"
+    done
+    for name in CLI11 nlohmann_json; do
+        cp -r "/usr/share/cmake/$name" "$prefix/share/cmake"
+    done
+}
+
+copy_headers_for x86
+copy_headers_for x64
 if [ -f "$root/x86/complete" ] && [ -f "$root/x64/complete" ]; then
     exit 0
 fi

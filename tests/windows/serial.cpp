@@ -1,0 +1,161 @@
+// The serial port on Windows: what reaches the line's DCB and timeouts, the texts of the failures,
+// the waits, and the ports that the registry lists.
+// usage: windows_serial PORT, with a device at the port that keeps silent
+
+#include "serial/serial.h"
+#include "core/guard.h"
+#include "core/list.h"
+#include "core/owned.h"
+#include "core/string.h"
+#include "serial/port_win32.h"
+
+#include <functional>
+#include <iostream>
+#include <string>
+
+namespace {
+
+using ListPtr = PclOwned<PclList, pcl_list_destroy>;
+
+int mistakes = 0;
+
+void expect(const std::string &what, bool right) {
+    if (!right) {
+        std::cout << what << ": NOT AS EXPECTED" << std::endl;
+        ++mistakes;
+    }
+}
+
+void expectFailure(const std::function<void()> &call, const std::string &message) {
+    const PclFailure failure = pcl_attempt(call);
+    expect(message + ", not \"" + failure.message + "\"", message == failure.message);
+}
+
+void expectNone(const std::string &what, const std::function<void()> &call) {
+    const PclFailure failure = pcl_attempt(call);
+    expect(what + ": " + failure.message, failure.message[0] == '\0');
+}
+
+DCB stateOf(const PclSerialPort *port) {
+    DCB state{};
+    state.DCBlength = sizeof state;
+    expect("the line's settings can be read", GetCommState(port->handle, &state) != FALSE);
+    return state;
+}
+
+void checkNames() {
+    PclSerialPort *port = nullptr;
+    expectFailure([&] { port = pcl_serial_open("COM77"); },
+                  "[PCL_RESULT_FILE_NOT_FOUND] No such port: COM77");
+    expectFailure([&] { port = pcl_serial_open(nullptr); },
+                  "[PCL_RESULT_ILLEGAL_ARGUMENT] 'name' is NULL");
+    const std::string tooLong(200, 'C');
+    expectFailure([&] { port = pcl_serial_open(tooLong.c_str()); },
+                  "[PCL_RESULT_FILE_NOT_FOUND] No such port: " + tooLong);
+    expectFailure([&] { port = pcl_serial_open("NUL"); },
+                  "[PCL_RESULT_IO_ERROR] Invalid serial port: NUL");
+    expect("nothing was opened", port == nullptr);
+}
+
+void checkSettings(PclSerialPort *port) {
+    const PclSerialSettings session{20, 19200, 8, 1, 0, 0};
+    expectNone("the session's settings", [&] { pcl_serial_configure(port, &session); });
+    const DCB state = stateOf(port);
+    expect("19200 baud", state.BaudRate == 19200);
+    expect("8 data bits", state.ByteSize == 8);
+    expect("one stop bit", state.StopBits == ONESTOPBIT);
+    expect("no parity", state.Parity == NOPARITY);
+    expect("RTS on", state.fRtsControl == RTS_CONTROL_ENABLE);
+    expect("CTS not watched", state.fOutxCtsFlow == 0);
+    expect("no XON/XOFF", state.fOutX == 0 && state.fInX == 0);
+
+    COMMTIMEOUTS timeouts{};
+    expect("the timeouts can be read", GetCommTimeouts(port->handle, &timeouts) != FALSE);
+    expect("2 s between bytes", timeouts.ReadIntervalTimeout == 2000);
+    expect("2 s in all",
+           timeouts.ReadTotalTimeoutConstant == 2000 && timeouts.ReadTotalTimeoutMultiplier == 0);
+    expect("writes wait for ever", timeouts.WriteTotalTimeoutConstant == 0xFFFFFFFF &&
+                                       timeouts.WriteTotalTimeoutMultiplier == 0);
+
+    for (const std::int32_t rate :
+         {110, 300, 600, 1200, 2400, 4800, 9600, 38400, 57600, 115200, 19200}) {
+        expectNone(std::to_string(rate) + " baud", [&] { pcl_serial_set_baud_rate(port, rate); });
+        expect(std::to_string(rate) + " baud arrive",
+               stateOf(port).BaudRate == static_cast<DWORD>(rate));
+    }
+    expectFailure([&] { pcl_serial_set_baud_rate(port, 14400); },
+                  "[PCL_RESULT_RUNTIME_ERROR] Unsupported baudRate: 14400");
+    expectFailure([&] { pcl_serial_set_data_bits(port, 9); },
+                  "[PCL_RESULT_RUNTIME_ERROR] Unsupported dataBits: 9");
+    expectFailure([&] { pcl_serial_set_stop_bits(port, 0); },
+                  "[PCL_RESULT_RUNTIME_ERROR] Unsupported stopBits: 0");
+    expectFailure([&] { pcl_serial_set_parity(port, 3); },
+                  "[PCL_RESULT_RUNTIME_ERROR] Unsupported parity: 3");
+    expectFailure([&] { pcl_serial_set_flow_control(port, 3); },
+                  "[PCL_RESULT_RUNTIME_ERROR] Unsupported flowControl: 3");
+    expectFailure([&] { pcl_serial_purge(port, 3); },
+                  "[PCL_RESULT_RUNTIME_ERROR] Unsupported purgeType: 3");
+
+    // A pseudo terminal drops the parity and the size of a character, so that only what the system
+    // was asked for can be told apart, not what it keeps.
+    expectNone("two stop bits", [&] { pcl_serial_set_stop_bits(port, 2); });
+    expect("two stop bits arrive", stateOf(port).StopBits == TWOSTOPBITS);
+    expectNone("one stop bit", [&] { pcl_serial_set_stop_bits(port, 1); });
+    expectNone("software flow control", [&] { pcl_serial_set_flow_control(port, 1); });
+    expect("XON/XOFF both ways", stateOf(port).fOutX != 0 && stateOf(port).fInX != 0);
+    expectNone("no flow control", [&] { pcl_serial_set_flow_control(port, 0); });
+    expect("no XON/XOFF again", stateOf(port).fOutX == 0 && stateOf(port).fInX == 0);
+}
+
+void checkWaits(PclSerialPort *port) {
+    expectNone("half a second", [&] { pcl_serial_set_timeout(port, 5); });
+    expectNone("purge", [&] { pcl_serial_purge(port, PCL_SERIAL_PURGE_BOTH); });
+    const DWORD begin = GetTickCount();
+    expectFailure([&] { pcl_serial_read_byte(port); },
+                  "[PCL_RESULT_TIMEOUT_ERROR] Timeout waiting for data");
+    const DWORD waited = GetTickCount() - begin;
+    expect("waited " + std::to_string(waited) + " ms", waited >= 450 && waited < 2000);
+    expectFailure([&] { pcl_serial_read_u16(port, 0); },
+                  "[PCL_RESULT_TIMEOUT_ERROR] Timeout waiting for data");
+    std::uint8_t nothing = 0;
+    std::size_t got = 1;
+    expectNone("a read that times out", [&] { got = pcl_serial_read(port, &nothing, 1); });
+    expect("reads nothing", got == 0);
+    std::uint32_t available = 1;
+    expectNone("bytes available", [&] { available = pcl_serial_bytes_available(port); });
+    expect("no bytes", available == 0);
+    // The device answers CAN with EOT.
+    expectNone("a byte", [&] { pcl_serial_write_byte(port, 0x18); });
+    std::uint8_t answer = 0;
+    expectNone("its answer", [&] { answer = pcl_serial_read_byte(port); });
+    expect("EOT", answer == 0x04);
+}
+
+void checkList(const char *name) {
+    const ListPtr names(pcl_string_list_create());
+    expectNone("the list", [&] { pcl_serial_list(names.get()); });
+    expect(std::string(name) + " is listed",
+           pcl_list_find_first(names.get(), name, nullptr) != nullptr);
+}
+
+} // namespace
+
+int main(int argc, char **argv) {
+    if (argc != 2) {
+        std::cerr << "usage: " << argv[0] << " PORT" << std::endl;
+        return 2;
+    }
+    checkNames();
+    PclSerialPort *port = nullptr;
+    expectNone("open", [&] { port = pcl_serial_open(argv[1]); });
+    if (port == nullptr) {
+        return 1;
+    }
+    checkSettings(port);
+    checkWaits(port);
+    checkList(argv[1]);
+    expectNone("close", [&] { pcl_serial_close(&port); });
+    expect("the port is null", port == nullptr);
+    std::cout << (mistakes == 0 ? "all as expected" : "not as expected") << std::endl;
+    return mistakes == 0 ? 0 : 1;
+}
