@@ -2,6 +2,9 @@
 #include "sim/scenario.h"
 #include "sim/simulator.h"
 #include "sim/text.h"
+#include "sim/web/feed.h"
+#include "sim/web/server.h"
+#include "sim/web/station.h"
 
 #include <CLI/CLI.hpp>
 
@@ -35,6 +38,8 @@ struct Settings {
     bool wire = false;
     bool once = false;
     bool type = false;
+    std::optional<std::uint16_t> web_port;
+    std::string web_address = "127.0.0.1";
 };
 
 std::string read_file(const std::string &path) {
@@ -87,8 +92,7 @@ private:
 // Does what the lines typed at the terminal say.
 class Typist {
 public:
-    Typist(sim::Simulator &simulator, std::map<std::string, sim::Card> cards)
-        : simulator_(simulator), cards_(std::move(cards)) {}
+    explicit Typist(sim::web::Station &station) : station_(station) {}
 
     // Reads what there is. Returns whether there may be more to come.
     bool read_input() {
@@ -123,51 +127,51 @@ private:
     }
 
     void swipe(const std::string &name) {
-        const auto found = cards_.find(name);
-        if (found == cards_.end())
+        const auto cards = station_.scenario().cards;
+        const auto found = cards.find(name);
+        if (found == cards.end())
             std::cerr << "no such card: " << name << std::endl;
         else
-            simulator_.swipe(found->second);
+            station_.device()->swipe(found->second);
     }
 
     void press_buttons(const std::string &buttons) {
         for (char button : buttons)
-            simulator_.press_button(button);
+            station_.device()->press_button(button);
     }
 
     bool press(const std::string &word) {
         if (word.find_first_not_of("0123456789") == std::string::npos) {
-            simulator_.press(word);
+            station_.device()->press(word);
             return true;
         }
         const auto key = sim::key_of_name(word);
         if (key)
-            simulator_.press_key(*key);
+            station_.device()->press_key(*key);
         return key.has_value();
     }
 
     bool handle(const std::string &word) {
         if (word == "insert")
-            simulator_.insert_card();
+            station_.device()->insert_card();
         else if (word == "remove")
-            simulator_.remove_card();
+            station_.device()->remove_card();
         else if (word == "tap")
-            simulator_.tap_card();
+            station_.device()->tap_card();
         else if (word == "hold")
-            simulator_.hold_card();
+            station_.device()->hold_card();
         else if (word == "take")
-            simulator_.take_card();
+            station_.device()->take_card();
         else if (word == "unplug")
-            simulator_.unplug();
+            station_.device()->unplug();
         else if (word == "replug")
-            simulator_.replug();
+            station_.device()->replug();
         else
             return false;
         return true;
     }
 
-    sim::Simulator &simulator_;
-    std::map<std::string, sim::Card> cards_;
+    sim::web::Station &station_;
     std::string line_;
 };
 
@@ -190,6 +194,20 @@ void serve(const TerminationSignals &signals, const Flag &finished, Typist *typi
     }
 }
 
+// Shows the station in browsers.
+std::unique_ptr<sim::web::Server> serve_web(const Settings &settings, sim::web::Station &station,
+                                            sim::web::Feed &feed) {
+    sim::web::ServerOptions options;
+    options.address = settings.web_address;
+    options.port = settings.web_port.value_or(0);
+    auto server = std::make_unique<sim::web::Server>(station, feed, options);
+    if (!server->local())
+        std::cerr << "warning: whoever reaches " << settings.web_address << " port "
+                  << server->port() << " can see and use this PIN pad" << std::endl;
+    std::cerr << "open " << server->url() << std::endl;
+    return server;
+}
+
 void run(const Settings &settings) {
     const std::string text =
         settings.scenario_file.empty() ? std::string() : read_file(settings.scenario_file);
@@ -197,24 +215,31 @@ void run(const Settings &settings) {
     Flag finished;
     sim::Console console(std::cout,
                          settings.json ? sim::Console::Style::json : sim::Console::Style::text);
-    sim::Simulator simulator(text, settings.options);
-    simulator.set_listener([&](const sim::JournalEntry &entry) {
-        if (!settings.quiet)
-            console.entry(entry);
-        if (settings.once && session_was_closed(entry))
-            finished.raise();
-    });
-    if (settings.wire)
-        simulator.set_wire_listener([&](const sim::WireFrame &frame) { console.frame(frame); });
-    console.open(simulator.port());
+    sim::web::Feed feed;
+    sim::web::Station station(
+        text, settings.options,
+        [&](const sim::JournalEntry &entry) {
+            if (!settings.quiet)
+                console.entry(entry);
+            if (settings.once && session_was_closed(entry))
+                finished.raise();
+            feed.touch();
+        },
+        [&](const sim::WireFrame &frame) {
+            if (settings.wire)
+                console.frame(frame);
+            feed.add(frame);
+        });
+    std::unique_ptr<sim::web::Server> server;
+    if (settings.web_port)
+        server = serve_web(settings, station, feed);
+    console.open(station.device()->port());
     std::optional<Typist> typist;
     if (settings.type)
-        typist.emplace(simulator, sim::parse_scenario(text).cards);
+        typist.emplace(station);
     serve(signals, finished, typist ? &*typist : nullptr);
     if (settings.once)
-        simulator.wait_drained(std::chrono::seconds(2));
-    simulator.set_listener({});
-    simulator.set_wire_listener({});
+        station.device()->wait_drained(std::chrono::seconds(2));
 }
 
 } // namespace
@@ -237,6 +262,14 @@ int main(int argc, char **argv) {
     app.add_flag("--once", settings.once, "End after CLO or CLX has been answered");
     app.add_flag("--type", settings.type,
                  "Read input lines even when standard input is not a terminal");
+    app.add_option("--web", settings.web_port,
+                   "Show the device to browsers, on this port (a free one when 0 or left out)")
+        ->expected(0, 1)
+        ->default_str("0");
+    app.add_option("--web-address", settings.web_address,
+                   "Bind that to this address; other machines may then use the device")
+        ->needs("--web")
+        ->capture_default_str();
     settings.options.keep_logs = false;
     CLI11_PARSE(app, argc, argv);
     settings.type = settings.type || ::isatty(STDIN_FILENO) == 1;

@@ -73,7 +73,8 @@ public:
     MifareCard card() const;
 
     // Adds faults while the device runs, from lines of the scenario language that begin with the
-    // word fault; they count their occasions from now on. Throws ScenarioError.
+    // word fault, or with the word reply when all they change is `skip status NNN` of a standard
+    // command; they count their occasions from now on. Throws ScenarioError.
     void arm_fault(const std::string &rule);
     void clear_faults();
 

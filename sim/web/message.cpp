@@ -103,8 +103,8 @@ Message read_swipe(const json &object) {
 std::string take_rule(const json &object) {
     allow_only(object, {"rule"});
     std::string rule = take_text_of(object, "rule", max_rule, is_line_text);
-    if (rule.rfind("fault ", 0) != 0 && rule.rfind("status ", 0) != 0)
-        throw Unusable{"a rule begins with fault or status"};
+    if (rule.rfind("fault ", 0) != 0 && rule.rfind("reply ", 0) != 0)
+        throw Unusable{"a rule begins with fault or reply"};
     return rule;
 }
 

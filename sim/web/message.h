@@ -30,7 +30,7 @@ struct MoveCard { // insert, remove, tap, hold, take
 struct MoveCable { // unplug, replug
     bool in = false;
 };
-struct Arm { // arm: rule, a line of the scenario language for a fault or a status
+struct Arm { // arm: rule, a line of the scenario language for a fault or a reply
     std::string rule;
 };
 struct Disarm { // disarm: rule, as it was armed

@@ -77,14 +77,15 @@ TEST(MessageTest, TheCableIsRead) {
 
 TEST(MessageTest, RulesAreRead) {
     EXPECT_EQ(taken<Arm>(R"({"do":"arm","rule":"fault ack nak"})").rule, "fault ack nak");
-    EXPECT_EQ(taken<Arm>(R"({"do":"arm","rule":"status GCD 013"})").rule, "status GCD 013");
+    EXPECT_EQ(taken<Arm>(R"({"do":"arm","rule":"reply GCD skip status 013"})").rule,
+              "reply GCD skip status 013");
     EXPECT_EQ(taken<Disarm>(R"({"do":"disarm","rule":"fault ack nak"})").rule, "fault ack nak");
     taken<DisarmAll>(R"({"do":"disarm-all"})");
 }
 
 TEST(MessageTest, ARuleIsOneLineForAFaultOrAStatus) {
     EXPECT_EQ(refusal(R"({"do":"arm","rule":"media A size 99999999"})"),
-              "a rule begins with fault or status");
+              "a rule begins with fault or reply");
     EXPECT_EQ(refusal(R"({"do":"arm","rule":"fault ack nak\nmedia A size 9"})"),
               "a text has characters that it must not have");
     EXPECT_EQ(refusal(R"({"do":"disarm","rule":"fault )" + std::string(200, ' ') + "\"}"),

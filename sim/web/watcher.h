@@ -1,0 +1,53 @@
+#pragma once
+
+#include "sim/web/hub.h"
+
+#include <boost/beast/core/flat_buffer.hpp>
+#include <boost/beast/core/tcp_stream.hpp>
+#include <boost/beast/http/message.hpp>
+#include <boost/beast/http/string_body.hpp>
+#include <boost/beast/websocket/stream.hpp>
+
+#include <cstdint>
+#include <deque>
+#include <functional>
+#include <memory>
+#include <string>
+
+namespace sim::web {
+
+// A browser that is connected over a WebSocket. One that reads too slowly misses frames of the
+// line, it does not hold anything up. Belongs to the server's thread.
+class Watcher : public std::enable_shared_from_this<Watcher> {
+public:
+    using Request = boost::beast::http::request<boost::beast::http::string_body>;
+
+    Watcher(boost::beast::tcp_stream stream, Hub &hub) : socket_(std::move(stream)), hub_(hub) {}
+
+    // Takes the connection over, with the request that asked for it; opened is called when the
+    // browser can be told something.
+    void accept(const Request &request, std::function<void()> opened);
+
+    // Tells the browser what it has not been told yet, unless it is still being told something.
+    void update();
+
+    void close();
+
+private:
+    void read();
+    void take(boost::beast::error_code error);
+    void write(std::string message);
+
+    boost::beast::websocket::stream<boost::beast::tcp_stream> socket_;
+    Hub &hub_;
+    boost::beast::flat_buffer buffer_;
+    std::deque<std::string> replies_;
+    std::string writing_;
+    bool open_ = false;
+    bool busy_ = false;
+    bool reading_ = false;
+    std::uint64_t state_number_ = 0;
+    std::uint64_t frame_number_ = 0;
+};
+
+} // namespace sim::web
