@@ -36,8 +36,8 @@ constexpr std::array<Meaning, 22> meanings{{
     {"MF02", "prove a key"},
     {"MF03", "read or write blocks"},
     {"MF04", "change a value"},
-    {"MF05", "keys and access"},
-    {"MF06", "let go of the card"},
+    {"MF05", "set keys and access"},
+    {"MF06", "change keys"},
 }};
 
 std::string meaning_of(const std::string &id) {
