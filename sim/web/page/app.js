@@ -39,7 +39,7 @@ function connect() {
     if (message.type === 'state') showState(message);
     else if (message.type === 'frames') takeFrames(message);
     else if (message.type === 'recording') showRecording(message.scenario);
-    else if (message.type === 'replaying') notice('A fresh device is running this scenario.');
+    else if (message.type === 'replaying') notice('A fresh device runs this scenario.');
     else if (message.type === 'problem') notice(`Not done: ${message.why}`);
   };
 }
@@ -198,12 +198,17 @@ document.addEventListener('keydown', (event) => {
     flash(`[data-digit="${event.key}"]`);
   } else if (/^[a-c]$/i.test(event.key) && state && state.buttons.includes(event.key.toUpperCase())) {
     send({ do: 'button', button: event.key.toUpperCase() });
-  } else if (event.key in keysOfKeyboard && !(onControl && event.key === 'Enter') &&
-             !(target.matches('.frames') && event.key.startsWith('Arrow'))) {
+  } else if (event.key in keysOfKeyboard && !(onControl && event.key === 'Enter')) {
     event.preventDefault();
     pressKey(keysOfKeyboard[event.key]);
     flash(`[data-key="${keysOfKeyboard[event.key]}"]`);
   }
+});
+
+// After a click the keyboard is the keypad again, and Enter does not press the same button twice.
+document.addEventListener('click', (event) => {
+  const button = event.target.closest('button');
+  if (button && event.detail > 0) button.blur();
 });
 
 byId('chip').addEventListener('click', () => send({ do: state && state.chip ? 'remove' : 'insert' }));
@@ -222,7 +227,7 @@ function showCards(cards) {
 }
 
 function showTrack() {
-  byId('track-label').classList.toggle('unseen', byId('cards').value !== '');
+  byId('track-label').hidden = byId('cards').value !== '';
 }
 byId('cards').addEventListener('change', showTrack);
 
@@ -282,6 +287,7 @@ function drawFrame(frame) {
   const item = make('li');
   const details = make('details');
   const summary = make('summary');
+  summary.tabIndex = -1;
   const bad = frame.kind === 'NAK' || frame.kind === 'bad command' || frame.kind === 'noise';
   summary.append(make('span', 'time', (frame.t / 1000).toFixed(3)),
     make('span', frame.from, frame.from === 'host' ? 'host →' : '← device'),
@@ -321,6 +327,19 @@ function redrawFrames() {
   planDrawing();
 }
 
+// The list is one stop of the Tab key; the arrows go from frame to frame in it.
+byId('frames').addEventListener('keydown', (event) => {
+  if (event.key !== 'ArrowUp' && event.key !== 'ArrowDown') return;
+  const down = event.key === 'ArrowDown';
+  const item = document.activeElement.closest('.frames li');
+  const list = byId('frames');
+  const next = item ? (down ? item.nextElementSibling : item.previousElementSibling)
+                    : list.lastElementChild;
+  event.preventDefault();
+  event.stopPropagation();
+  if (next) next.querySelector('summary').focus();
+});
+
 byId('filter').addEventListener('input', redrawFrames);
 byId('controls').addEventListener('change', redrawFrames);
 byId('wipe').addEventListener('click', wipeFrames);
@@ -338,10 +357,10 @@ setInterval(() => {
 
 const faults = [
   { name: 'NAK', stage: 'ack', action: 'nak' },
-  { name: 'No acknowledgement', stage: 'ack', action: 'silent' },
+  { name: 'No ACK', stage: 'ack', action: 'silent' },
   { name: 'Bad CRC', stage: 'response', action: 'bad-crc' },
-  { name: 'Cut after bytes', stage: 'response', action: 'cut', value: 4, most: 2000 },
-  { name: 'Delay, ms', stage: 'response', action: 'delay', value: 1500, most: 600000 },
+  { name: 'Cut at byte', stage: 'response', action: 'cut', value: 4, most: 2000 },
+  { name: 'Delay (ms)', stage: 'response', action: 'delay', value: 1500, most: 600000 },
   { name: 'Silence', stage: 'response', action: 'silent' },
   { name: 'Unplug at byte', stage: 'response', action: 'unplug', value: 4, most: 2000 },
   { name: 'Status', stage: 'reply', action: 'status', value: '013', digits: 3 },
@@ -429,7 +448,10 @@ function showRecording(scenario) {
 }
 
 byId('save').addEventListener('click', () => send({ do: 'save' }));
-byId('replay').addEventListener('click', () => send({ do: 'replay', scenario: byId('scenario').value }));
+byId('replay').addEventListener('click', () => {
+  notice('Plugging in a fresh device…');
+  send({ do: 'replay', scenario: byId('scenario').value });
+});
 byId('open').addEventListener('change', async () => {
   const file = byId('open').files[0];
   if (file) byId('scenario').value = await file.text();

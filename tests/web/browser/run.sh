@@ -1,0 +1,16 @@
+#!/bin/sh
+# Drives the page of the virtual PIN pad in Debian's chromium; exit status 77 where that cannot be.
+# usage: run.sh PINPAD-SIM PINPAD KEY-LATENCY [FOLDER-FOR-SCREENSHOTS]
+set -eu
+here=$(cd "$(dirname "$0")" && pwd)
+
+skip() {
+    echo "Skipped: $1 (./run-tests.sh --web installs it)."
+    exit 77
+}
+
+chromium=$(command -v chromium) || skip 'chromium is not installed'
+command -v node >/dev/null || skip 'Node is not installed'
+[ -d "$here/node_modules/playwright-core" ] || skip 'playwright-core is not installed'
+
+CHROMIUM=$chromium exec node "$here/page_test.mjs" "$@"
