@@ -5,6 +5,12 @@ target_compile_options(pinpad_options INTERFACE
     -Wall -Wextra -Wpedantic -Wconversion -Wshadow
     $<$<BOOL:${PINPAD_WERROR}>:-Werror>)
 
+# Where the sources lie must not show in what is built from them.
+if(NOT CMAKE_BUILD_TYPE STREQUAL "Debug")
+    target_compile_options(pinpad_options INTERFACE
+        -ffile-prefix-map=${PROJECT_SOURCE_DIR}=. -ffile-prefix-map=${PROJECT_BINARY_DIR}=.)
+endif()
+
 # _FORTIFY_SOURCE needs optimisation, and the sanitizers replace what it checks.
 if(WIN32)
     # Hosts compiled by others may call with a stack that is aligned to 4 bytes only.
