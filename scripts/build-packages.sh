@@ -1,0 +1,114 @@
+#!/bin/sh
+# Builds the Debian packages of the revision that is checked out into build/packages, checks them
+# with lintian and, as root, tries them in a root of their own: installed, run, a program built with
+# them, and removed without a trace. See `scripts/install-dependencies.sh packages`.
+set -eu
+cd "$(dirname "$0")/.."
+
+usage() {
+    echo "usage: $0 [--no-trial]"
+    echo
+    echo "  --no-trial   builds and checks the packages, and does not install them anywhere"
+}
+
+trial=yes
+case "${1:-}" in
+    '') ;;
+    --no-trial) trial=no ;;
+    -h | --help)
+        usage
+        exit 0
+        ;;
+    *)
+        usage >&2
+        exit 2
+        ;;
+esac
+
+packages=$PWD/build/packages
+rm -rf "$packages"
+mkdir -p "$packages"
+[ -z "$(git status --porcelain)" ] || echo 'Changes that are not committed are not in the packages.' >&2
+git clone -q . "$packages/source"
+
+echo '== Packages'
+SOURCE_DATE_EPOCH=$(git log -1 --format=%ct)
+export SOURCE_DATE_EPOCH
+(cd "$packages/source" && dpkg-buildpackage -b -us -uc) >"$packages/build.log" 2>&1 || {
+    tail -n 60 "$packages/build.log"
+    exit 1
+}
+ls "$packages"/*.deb
+
+echo '== lintian'
+# The project has no mail address to give.
+lintian --allow-root --fail-on error,warning --tag-display-limit 0 \
+    --suppress-tags bogus-mail-host,initial-upload-closes-no-bugs "$packages"/*.changes
+
+[ "$trial" = yes ] || exit 0
+if [ "$(id -u)" -ne 0 ]; then
+    echo 'Not root: the packages were not tried in a clean root.'
+    exit 0
+fi
+
+echo '== A clean root'
+root=$(mktemp -d)
+clean_up() {
+    umount "$root/dev/pts" "$root/proc" 2>/dev/null || true
+    rm -rf --one-file-system "$root"
+}
+trap clean_up EXIT
+trap 'exit 1' INT TERM
+mirror=$(sed -n 's/^deb \(\[[^]]*\] \)\{0,1\}\([^ ]*\) bookworm .*/\2/p' /etc/apt/sources.list \
+    /etc/apt/sources.list.d/*.list 2>/dev/null | head -n 1)
+[ -n "$mirror" ] || mirror=$(sed -n 's/^URIs: *//p' /etc/apt/sources.list.d/*.sources | head -n 1)
+# shellcheck disable=SC2086 # no mirror means the usual one
+debootstrap --variant=minbase bookworm "$root" $mirror >"$packages/debootstrap.log" 2>&1 || {
+    tail -n 20 "$packages/debootstrap.log"
+    exit 1
+}
+# The machine's own sources, with whatever they need.
+cp -a /etc/apt/sources.list* /etc/apt/trusted.gpg* "$root/etc/apt/" 2>/dev/null || true
+for file in /etc/apt/apt.conf.d/*proxy* /etc/resolv.conf /etc/hosts; do
+    [ ! -e "$file" ] || cp -L "$file" "$root$file"
+done
+mount -t proc proc "$root/proc"
+mkdir -p "$root/dev/pts"
+mount --bind /dev/pts "$root/dev/pts"
+
+inside() {
+    chroot "$root" env DEBIAN_FRONTEND=noninteractive PATH=/usr/sbin:/usr/bin:/sbin:/bin "$@"
+}
+files() {
+    (cd "$root" && find . -xdev \( -path ./proc -o -path ./dev -o -path ./tmp -o -path ./var/cache \
+        -o -path ./var/lib/apt -o -path ./var/lib/dpkg -o -path ./var/log \) -prune -o -print | sort)
+}
+inside apt-get update -q >"$packages/trial.log" 2>&1
+inside apt-get install -y -q --no-install-recommends gcc libc6-dev >>"$packages/trial.log" 2>&1
+inside ldconfig
+files >"$packages/before"
+
+echo '== Installed'
+cp "$packages"/*.deb "$root/tmp"
+inside sh -c 'apt-get install -y -q --no-install-recommends /tmp/libpinpad1_*.deb \
+    /tmp/libpinpad-dev_*.deb /tmp/pinpad-tools_*.deb' >>"$packages/trial.log" 2>&1
+inside pinpad --simulate capture
+inside pinpad-sim --version
+# The first program of a new user: the one of the README.
+sed -n '/^#include <pinpad\/pinpad.h>/,/^```/p' README.md | sed '$d' >"$root/tmp/till.c"
+inside cc -Wall -Wextra -Werror -o /tmp/till /tmp/till.c -lpinpad
+status=0
+inside /tmp/till >"$packages/till" 2>&1 || status=$?
+cat "$packages/till"
+if [ "$status" -ne 1 ] || ! grep -q 'No such port: ttyUSB0' "$packages/till"; then
+    echo "The program ended with status $status." >&2
+    exit 1
+fi
+
+echo '== Removed'
+inside apt-get purge -y -q --autoremove libpinpad1 libpinpad-dev pinpad-tools \
+    >>"$packages/trial.log" 2>&1
+inside ldconfig
+files >"$packages/after"
+diff "$packages/before" "$packages/after"
+echo 'without a trace'
