@@ -120,6 +120,8 @@ Recorder::Recorder(const std::string &base, double time_scale) : time_scale_(tim
 }
 
 void Recorder::entry(const JournalEntry &entry) {
+    if (full())
+        return;
     if (entry.kind == "command") {
         if (script_)
             end();
@@ -151,6 +153,8 @@ void Recorder::entry(const JournalEntry &entry) {
 }
 
 void Recorder::frame(const WireFrame &frame) {
+    if (full())
+        return;
     const bool from_host = frame.direction == Direction::from_host;
     const bool frame_of_host =
         from_host && (frame.kind == FrameKind::command || frame.kind == FrameKind::bad_command);
@@ -326,6 +330,8 @@ std::size_t Recorder::occasions(const std::string &rule) const {
 }
 
 void Recorder::armed(const std::string &rule) {
+    if (full())
+        return;
     rules_.push_back({rule, occasions(rule), {}});
 }
 
@@ -384,6 +390,8 @@ std::string Recorder::scenario() const {
         text += note + '\n';
     for (const std::string &script : scripts_)
         text += script + '\n';
+    if (full())
+        text += "# The recording is full; what came after this is not in it.\n";
     return text;
 }
 

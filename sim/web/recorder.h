@@ -17,9 +17,12 @@ namespace sim::web {
 // the faults did to the line.
 //
 // Not kept: what happens to the contactless card once it is in the field, and a cable pulled by
-// hand while no command waits for the customer (a comment tells of it).
+// hand while no command waits for the customer (a comment tells of it). A recording ends after
+// most_lines scripts, rules and comments.
 class Recorder {
 public:
+    static constexpr std::size_t most_lines = 4000;
+
     // The scenario that the device runs; what it says of the device itself is kept. Times are
     // written as a device whose clock runs that many times faster has to wait.
     explicit Recorder(const std::string &base, double time_scale = 1.0);
@@ -49,6 +52,7 @@ private:
         std::optional<std::size_t> lasted;
     };
 
+    bool full() const { return scripts_.size() + rules_.size() + notes_.size() >= most_lines; }
     void begin(const std::string &id, Clock::time_point time);
     void end();
     void drop() { script_.reset(); }
