@@ -1,14 +1,18 @@
 #!/bin/sh
 # Builds the library and the virtual PIN pad and runs a session between them: secure open, capture
-# of digits with a notification in between, close with an idle message.
+# of digits with a notification in between, close with an idle message. With --web it shows the
+# virtual PIN pad in a browser instead, until it is interrupted.
 set -eu
 cd "$(dirname "$0")"
 
+web=''
 case "${1:-}" in
     '') ;;
+    --web) web=${2:-8321} ;;
     -h | --help)
-        echo "usage: $0"
+        echo "usage: $0 [--web [PORT]]"
         echo 'Installs what is missing (Debian), builds under build/ and runs the demonstration.'
+        echo 'With --web the virtual PIN pad is served to browsers on this machine instead.'
         exit 0
         ;;
     *)
@@ -30,6 +34,18 @@ cleanup() {
 }
 trap cleanup EXIT
 trap 'exit 1' INT TERM
+
+if [ -n "$web" ]; then
+    echo '== Showing the virtual PIN pad; Ctrl+C ends it'
+    echo "   In another terminal: build/release/bin/pinpad --port $work/pinpad --secure \\"
+    echo '       capture --prompt 3 --min 5 --max 11'
+    build/release/bin/pinpad-sim --scenario sim/web/demo.scn --link "$work/pinpad" --web "$web" &
+    device=$!
+    trap 'exit 0' INT TERM
+    wait "$device"
+    device=''
+    exit 0
+fi
 
 echo '== Starting the virtual PIN pad'
 mkfifo "$work/account"
