@@ -5,7 +5,7 @@ cd "$(dirname "$0")"
 
 usage() {
     cat <<EOF
-usage: $0 [--quick | --lint | --windows | --languages | --docs | --coverage | --help]
+usage: $0 [--quick | --lint | --windows | --languages | --docs | --web | --coverage | --help]
 
 Without an option, everything: formatting, the release build with g++ and its tests, the build with
 clang and the address, undefined-behaviour and leak sanitizers and its tests, the tests of threads
@@ -16,6 +16,7 @@ under the thread sanitizer, clang-tidy over the library.
   --windows   builds the Windows DLLs with mingw-w64 and drives the 64-bit one under Wine
   --languages builds, and runs the tills of examples/till in every language
   --docs      builds the documentation; a warning is an error
+  --web       drives the page of the virtual PIN pad in a browser
   --coverage  builds with coverage, runs the tests and prints the lines and branches reached
 EOF
 }
@@ -58,6 +59,7 @@ case "${1:-}" in
     --windows) mode=windows ;;
     --languages) mode=languages ;;
     --docs) mode=docs ;;
+    --web) mode=web ;;
     -h | --help)
         usage
         exit 0
@@ -71,7 +73,7 @@ esac
 
 step 'Packages'
 case "$mode" in
-    coverage | windows | languages | docs) scripts/install-dependencies.sh "$mode" ;;
+    coverage | windows | languages | docs | web) scripts/install-dependencies.sh "$mode" ;;
     *) scripts/install-dependencies.sh test ;;
 esac
 
@@ -90,6 +92,19 @@ if [ "$mode" = languages ]; then
     build release --target pinpad pinpad-sim till_c till_cpp
     step 'Tills in every language'
     scripts/test-languages.sh build/release
+    step 'All done'
+    exit 0
+fi
+
+if [ "$mode" = web ]; then
+    step 'Release build (g++)'
+    build release --target pinpad-sim pinpad_cli key_latency test_web
+    step 'Server'
+    build/release/bin/test_web --gtest_brief=1
+    step 'Page in the browser'
+    npm ci --prefix tests/web/browser --no-audit --no-fund
+    tests/web/browser/run.sh build/release/bin/pinpad-sim build/release/bin/pinpad \
+        build/release/bin/key_latency
     step 'All done'
     exit 0
 fi
