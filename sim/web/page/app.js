@@ -83,6 +83,7 @@ function pressed(id, on, text) {
 
 function showDisplay(now) {
   byId('display').classList.toggle('off', !now.plugged);
+  byId('display').style.setProperty('--columns', now.columns);
   setText(byId('lines'), now.lines.join('\n'));
   const media = JSON.stringify(now.media);
   if (byId('media').dataset.shown !== media) {

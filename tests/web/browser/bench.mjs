@@ -40,10 +40,11 @@ export class Program {
 }
 
 export class Bench {
-  static async start(simulator, scenario) {
+  // The link to the port stands in a folder of its own, unless a name is given.
+  static async start(simulator, scenario, link) {
     const bench = new Bench();
     bench.folder = mkdtempSync(join(tmpdir(), 'pinpad-browser-'));
-    bench.port = join(bench.folder, 'pinpad');
+    bench.port = link || join(bench.folder, 'pinpad');
     const file = join(bench.folder, 'scenario');
     writeFileSync(file, scenario);
     bench.device = new Program(simulator,

@@ -22,7 +22,7 @@ media LOGO hex ${picture()} type 1
 card gold track1 "B4111111111111111^GOLD/CUSTOMER^3012" track2 "4111111111111111=3012"
 `;
 
-const bench = await Bench.start(simulator, scenario);
+const bench = await Bench.start(simulator, scenario, screenshots && '/tmp/pinpad');
 const page = await bench.open();
 const application = (...words) => new Program(tool, ['--port', bench.port, ...words]);
 const pending = (command) => page.locator('#lamp-pending.on', { hasText: command }).waitFor();
@@ -206,7 +206,7 @@ test('the page can be used by the keyboard alone, and every control has a name',
 });
 
 test('a key reaches the poll of the application within 20 ms', async () => {
-  const count = 20;
+  const count = 30;
   await page.evaluate(() => {
     window.keyTimes = [];
     document.addEventListener('keydown', (event) => {
@@ -226,10 +226,11 @@ test('a key reaches the poll of the application within 20 ms', async () => {
   const pressed = await page.evaluate(() => window.keyTimes);
   assert.equal(pressed.length, count);
   const delays = answered.map((time, turn) => time - pressed[turn]).sort((a, b) => a - b);
-  const middle = delays[count / 2];
-  console.log(`key to poll: median ${middle.toFixed(1)} ms, slowest ${delays[count - 1].toFixed(1)} ms`);
+  const nearly = delays[Math.floor(count * 0.9)];
+  console.log(`key to poll: median ${delays[count / 2].toFixed(1)} ms, 90 % within ` +
+    `${nearly.toFixed(1)} ms, slowest ${delays[count - 1].toFixed(1)} ms`);
   assert.ok(delays[0] > 0, 'the clocks do not agree');
-  assert.ok(middle < 20, `${middle} ms`);
+  assert.ok(nearly < 20, `${nearly} ms`);
 });
 
 test('a thousand frames a second leave the page responsive', async () => {
