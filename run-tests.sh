@@ -5,7 +5,8 @@ cd "$(dirname "$0")"
 
 usage() {
     cat <<EOF
-usage: $0 [--quick | --lint | --windows | --languages | --docs | --web | --coverage | --help]
+usage: $0 [--quick | --lint | --windows | --languages | --docs | --web | --packages |
+       --coverage | --help]
 
 Without an option, everything: formatting, the release build with g++ and its tests, the build with
 clang and the address, undefined-behaviour and leak sanitizers and its tests, the tests of threads
@@ -16,6 +17,8 @@ under the thread sanitizer, clang-tidy over the library.
   --windows   builds the Windows DLLs with mingw-w64 and drives the 64-bit one under Wine
   --languages builds, and runs the tills of examples/till in every language
   --docs      builds the documentation; a warning is an error
+  --packages  builds the Debian packages, tries them in a clean root, and checks that a build can be
+              reproduced
   --web       drives the page of the virtual PIN pad in a browser
   --coverage  builds with coverage, runs the tests and prints the lines and branches reached
 EOF
@@ -60,6 +63,7 @@ case "${1:-}" in
     --languages) mode=languages ;;
     --docs) mode=docs ;;
     --web) mode=web ;;
+    --packages) mode=packages ;;
     -h | --help)
         usage
         exit 0
@@ -73,8 +77,8 @@ esac
 
 step 'Packages'
 case "$mode" in
-    coverage | windows | languages | docs | web) scripts/install-dependencies.sh "$mode" ;;
-    *) scripts/install-dependencies.sh test ;;
+    all | quick | lint) scripts/install-dependencies.sh test ;;
+    *) scripts/install-dependencies.sh "$mode" ;;
 esac
 
 if [ "$mode" = windows ]; then
@@ -92,6 +96,15 @@ if [ "$mode" = languages ]; then
     build release --target pinpad pinpad-sim till_c till_cpp
     step 'Tills in every language'
     scripts/test-languages.sh build/release
+    step 'All done'
+    exit 0
+fi
+
+if [ "$mode" = packages ]; then
+    step 'Debian packages'
+    scripts/build-packages.sh
+    step 'Two builds of one revision'
+    scripts/check-reproducible.sh
     step 'All done'
     exit 0
 fi

@@ -8,6 +8,7 @@
 #   scripts/install-dependencies.sh windows    to build the Windows DLLs and run them under Wine
 #   scripts/install-dependencies.sh languages  to run the tills in every language
 #   scripts/install-dependencies.sh docs       to build the documentation
+#   scripts/install-dependencies.sh packages   to build the Debian packages and try them
 #   scripts/install-dependencies.sh web        to drive the page of the virtual PIN pad in a browser
 #
 # Needs root, or sudo, only when something is missing.
@@ -21,6 +22,7 @@ bench_packages='libbenchmark-dev libmodbus-dev python3 strace'
 windows_packages='dpkg-dev g++-mingw-w64-i686-posix g++-mingw-w64-x86-64-posix wine wine64'
 languages_packages='default-jdk-headless libjna-java mono-mcs mono-runtime nodejs'
 docs_packages='doxygen python3'
+packages_packages='debhelper debootstrap fakeroot git lintian'
 web_packages='chromium nodejs'
 
 case "${1:-}" in
@@ -35,12 +37,13 @@ case "${1:-}" in
         command -v npm >/dev/null 2>&1 || packages="$packages npm"
         ;;
     docs) packages="$build_packages $docs_packages" ;;
+    packages) packages="$build_packages $packages_packages" ;;
     web)
         packages="$build_packages $test_packages $web_packages"
         command -v npm >/dev/null 2>&1 || packages="$packages npm"
         ;;
     *)
-        echo "usage: $0 build|test|coverage|bench|windows|languages|docs|web" >&2
+        echo "usage: $0 build|test|coverage|bench|windows|languages|docs|packages|web" >&2
         exit 2
         ;;
 esac

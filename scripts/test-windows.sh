@@ -87,9 +87,11 @@ start_device --scenario examples/every_export.scn
 run 'every export' 0 'every function was called' "$programs/windows_every_export.exe" COM33
 
 run 'pinpad.exe ports' 0 COM33 "$programs/pinpad.exe" ports
-run 'pinpad.exe with a missing port' 4 'No such port: COM77' "$programs/pinpad.exe" --port COM77 open
+run 'pinpad.exe with a missing port' 4 'No such port: COM77' "$programs/pinpad.exe" \
+    --port COM77 open
 start_device --scenario examples/demo.scn
-run 'pinpad.exe capture' 0 12345678 "$programs/pinpad.exe" --port COM33 --secure capture --min 5 --max 11
+run 'pinpad.exe capture' 0 12345678 "$programs/pinpad.exe" --port COM33 --secure \
+    capture --min 5 --max 11
 start_device
 run 'pinpad.exe display' 0 '' "$programs/pinpad.exe" --port COM33 display 'HELLO'
 grep -q HELLO "$work/account" || {

@@ -9,6 +9,7 @@ build=$2
 source=$3
 simulator=$4
 consumer=$source/tests/install/consumer
+version=$(sed -n 's/^project(pinpad VERSION \([0-9.]*\).*/\1/p' "$source/CMakeLists.txt")
 
 work=$(mktemp -d)
 device=''
@@ -45,7 +46,7 @@ run() {
 case "$kind" in
     find_package)
         cmake -S "$consumer" -B "$work/build" -DCMAKE_PREFIX_PATH="$prefix" \
-            -DWANTED_VERSION=0.1 >"$work/log"
+            -DWANTED_VERSION="$version" >"$work/log"
         cmake --build "$work/build" >"$work/log"
         # A version that is not there must not be found.
         if cmake -S "$consumer" -B "$work/other" -DCMAKE_PREFIX_PATH="$prefix" \
@@ -58,7 +59,7 @@ case "$kind" in
     pkg-config)
         PKG_CONFIG_PATH=$library_dir/pkgconfig
         export PKG_CONFIG_PATH
-        pkg-config --exact-version=0.1.0 pinpad
+        pkg-config --exact-version="$version" pinpad
         # shellcheck disable=SC2046 # a list of options
         cc -Wall -Wextra -Werror -o "$work/consumer" "$consumer/main.c" \
             $(pkg-config --cflags --libs pinpad)
@@ -80,7 +81,7 @@ case "$kind" in
         grep -v '/examples/' "$work/files" | diff "$source/tests/install/layout.txt" -
         grep -q '/examples/demo.c$' "$work/files"
         [ "$(readlink "$library_dir/libpinpad.so")" = libpinpad.so.1 ]
-        readlink "$library_dir/libpinpad.so.1" | grep -q '^libpinpad\.so\.1\.0\.1\.0$'
+        readlink "$library_dir/libpinpad.so.1" | grep -qx "libpinpad\.so\.1\.$version"
         "$prefix/bin/pinpad" --version
         "$prefix/bin/pinpad-sim" --version
         if command -v man >/dev/null; then
