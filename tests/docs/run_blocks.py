@@ -143,10 +143,16 @@ class Runner:
             if len(words) != 2 or not re.search(rf"^ *{re.escape(words[1])}\)",
                                                 (self.root / words[0]).read_text(), re.M):
                 raise Problem(f"unknown mode: {line}")
-        elif words[:2] == ["cmake", "--preset"] and len(words) == 3:
+        elif words[:2] == ["cmake", "--preset"] and all(re.match("-DPINPAD_[A-Z_]+=", word)
+                                                        for word in words[3:]):
             self.preset("configurePresets", words[2])
         elif words[:3] == ["cmake", "--build", "--preset"] and len(words) == 4:
             self.preset("buildPresets", words[3])
+        elif words[:3] == ["cmake", "--install", "build/release"]:
+            self.must_run(["cmake", "--install", str(self.bin.parent), "--prefix",
+                           str(self.folder / "installed")])
+        elif words[:4] == ["ctest", "--test-dir", "build/release", "-R"]:
+            self.selected_tests(words[4])
         elif words == ["cc", "till.c", "-lpinpad"]:
             self.build_till()
         elif words[0] == BUILT + "pinpad-sim":
@@ -159,6 +165,11 @@ class Runner:
         if not os.access(script, os.X_OK):
             raise Problem(f"cannot be run: {words[0]}")
         self.must_run(["sh", "-n", str(script)])
+
+    def selected_tests(self, pattern):
+        _, listed = self.run(["ctest", "--test-dir", str(self.bin.parent), "-N", "-R", pattern])
+        if re.search(r"^Total Tests: 0$", listed, re.M):
+            raise Problem(f"no test has a name like {pattern}")
 
     def preset(self, kind, name):
         presets = json.loads((self.root / "CMakePresets.json").read_text())
