@@ -39,7 +39,7 @@ void drop_gone(std::vector<std::weak_ptr<Connection>> &connections) {
 class Server::Impl {
 public:
     Impl(Station &station, Feed &feed, const ServerOptions &options)
-        : options_(options), feed_(feed), acceptor_(io_, endpoint_of(options)),
+        : options_(options), feed_(feed), acceptor_(listen(io_, options)),
           access_(options.address, acceptor_.local_endpoint().port()), hub_(station, feed),
           timer_(io_) {
         hub_.refresh();
@@ -65,6 +65,15 @@ private:
         if (error)
             throw std::runtime_error("'" + options.address + "' is not an address");
         return {address, options.port};
+    }
+
+    static tcp::acceptor listen(boost::asio::io_context &io, const ServerOptions &options) {
+        try {
+            return tcp::acceptor(io, endpoint_of(options));
+        } catch (const boost::system::system_error &error) {
+            throw std::runtime_error("cannot listen on " + options.address + " port " +
+                                     std::to_string(options.port) + ": " + error.code().message());
+        }
     }
 
     // Called on the device's thread too: leaves word at most once until it was heard.

@@ -215,10 +215,29 @@ TEST_F(ServerTest, ABrowserThatDoesNotReadHoldsNothingUp) {
         page.wait_for("state", [](const json &state) { return state.at("commands") == 3000; }));
 }
 
-TEST_F(ServerTest, AnAddressThatIsNoneIsToldSo) {
-    EXPECT_THROW(Server(station_, feed_, {"localhost", 0, 4}), std::runtime_error);
+std::string failure_of(Station &station, Feed &feed, const ServerOptions &options) {
+    try {
+        const Server server(station, feed, options);
+    } catch (const std::runtime_error &error) {
+        return error.what();
+    }
+    return "";
+}
+
+TEST_F(ServerTest, AnAddressThatCannotBeHadIsToldSo) {
+    EXPECT_EQ(failure_of(station_, feed_, {"localhost", 0, 4}), "'localhost' is not an address");
+    EXPECT_EQ(failure_of(station_, feed_, {"127.0.0.1", server_.port(), 4}),
+              "cannot listen on 127.0.0.1 port " + std::to_string(server_.port()) +
+                  ": Address already in use");
+}
+
+TEST_F(ServerTest, TheAddressToOpenIsTold) {
     EXPECT_TRUE(server_.local());
     EXPECT_EQ(server_.url(), "http://127.0.0.1:" + std::to_string(server_.port()) + "/");
+    Feed feed;
+    const Server open_to_all(station_, feed, {"0.0.0.0", 0, 4});
+    EXPECT_FALSE(open_to_all.local());
+    EXPECT_THAT(open_to_all.url(), StartsWith("http://localhost:"));
 }
 
 } // namespace
