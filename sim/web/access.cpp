@@ -13,8 +13,9 @@ using boost::asio::ip::make_address;
 std::string lower(std::string_view text) {
     std::string lowered(text);
     for (char &c : lowered) {
-        if (c >= 'A' && c <= 'Z')
+        if (c >= 'A' && c <= 'Z') {
             c = static_cast<char>(c - 'A' + 'a');
+        }
     }
     return lowered;
 }
@@ -35,18 +36,21 @@ bool Access::host_allowed(std::string_view host) const {
     const std::string suffix = ":" + std::to_string(port_);
     const std::string text = lower(host);
     if (text.size() > suffix.size() &&
-        text.compare(text.size() - suffix.size(), suffix.size(), suffix) == 0)
+        text.compare(text.size() - suffix.size(), suffix.size(), suffix) == 0) {
         return name_allowed(text.substr(0, text.size() - suffix.size()));
+    }
     return port_ == port_left_out && name_allowed(text);
 }
 
 bool Access::name_allowed(const std::string &name) const {
-    if (name == "localhost" || name == "127.0.0.1" || name == "[::1]")
+    if (name == "localhost" || name == "127.0.0.1" || name == "[::1]") {
         return true;
+    }
     boost::system::error_code error;
     const auto named = make_address(bare(name), error);
-    if (error || (named.is_v6() && name.front() != '['))
+    if (error || (named.is_v6() && name.front() != '[')) {
         return false;
+    }
     const auto bound = make_address(address_, error);
     return !error && (bound.is_unspecified() || bound == named);
 }

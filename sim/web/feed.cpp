@@ -6,16 +6,19 @@ namespace sim::web {
 
 void Feed::touch() {
     const std::lock_guard lock(mutex_);
-    if (waker_)
+    if (waker_) {
         waker_();
+    }
 }
 
 void Feed::add(const WireFrame &frame) {
     const std::lock_guard lock(mutex_);
-    if (!waker_)
+    if (!waker_) {
         return;
-    if (frames_.size() == capacity)
+    }
+    if (frames_.size() == capacity) {
         frames_.erase(frames_.begin(), frames_.begin() + capacity / 2);
+    }
     frames_.push_back(frame);
     waker_();
 }

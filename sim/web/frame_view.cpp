@@ -82,8 +82,9 @@ void read_body(const WireFrame &frame, FrameView &view) {
     const std::string body = to_text(frame.body);
     const bool extension = frame.framing == Framing::extension;
     const std::size_t id_length = extension ? 4 : 3;
-    if (body.size() < id_length)
+    if (body.size() < id_length) {
         return;
+    }
     view.id = readable(to_bytes(body.substr(0, id_length)));
     view.meaning = meaning_of(view.id);
     std::size_t head = id_length;
@@ -92,10 +93,12 @@ void read_body(const WireFrame &frame, FrameView &view) {
         view.status = readable(to_bytes(body.substr(head, status_length)));
         head = std::min(body.size(), head + status_length);
     }
-    if (view.id == "NTM")
+    if (view.id == "NTM") {
         view.kind = "notification";
-    if (extension)
+    }
+    if (extension) {
         return;
+    }
     try {
         for (const Param &param : read_params(to_bytes(body.substr(head)))) {
             const Bytes id{static_cast<std::uint8_t>(param.id >> 8),
@@ -118,8 +121,9 @@ FrameView view_of(const WireFrame &frame) {
     view.text = readable(frame.body);
     view.raw = to_hex(frame.raw);
     view.encrypted = frame.encrypted;
-    if (!frame.body.empty())
+    if (!frame.body.empty()) {
         read_body(frame, view);
+    }
     return view;
 }
 

@@ -26,8 +26,9 @@ std::string dump(const json &message) {
 std::string frame_message(const WireFrame &frame, std::uint64_t number, double milliseconds) {
     FrameView view = view_of(frame);
     json params = json::array();
-    for (auto &[id, value] : view.params)
+    for (auto &[id, value] : view.params) {
         params.push_back({id, std::move(value)});
+    }
     return dump({{"n", number},
                  {"t", milliseconds},
                  {"from", view.from},
@@ -84,10 +85,11 @@ public:
         return {};
     }
     std::string operator()(const MoveCable &message) {
-        if (message.in)
+        if (message.in) {
             device_->replug();
-        else
+        } else {
             device_->unplug();
+        }
         return {};
     }
     std::string operator()(const Arm &message) {
@@ -125,14 +127,16 @@ void Hub::refresh() {
     for (const WireFrame &frame : feed_.take()) {
         const std::chrono::duration<double, std::milli> since = frame.time - start_;
         frames_.push_back(frame_message(frame, ++last_frame_, since.count()));
-        if (frames_.size() > kept_frames)
+        if (frames_.size() > kept_frames) {
             frames_.pop_front();
+        }
     }
     const auto device = station_.device();
     std::string now =
         state_message(device->snapshot(), station_.scenario(), device->port(), station_.armed());
-    if (now == state_)
+    if (now == state_) {
         return;
+    }
     state_ = std::move(now);
     ++state_number_;
 }
@@ -141,20 +145,23 @@ std::optional<std::string> Hub::frames_after(std::uint64_t &number) const {
     const auto missing = static_cast<std::size_t>(last_frame_ - number);
     const std::size_t count = std::min({missing, frames_.size(), frames_of_message});
     number = last_frame_;
-    if (count == 0)
+    if (count == 0) {
         return std::nullopt;
+    }
     std::string message =
         R"({"type":"frames","skipped":)" + std::to_string(missing - count) + R"(,"frames":[)";
     for (auto frame = frames_.end() - static_cast<std::ptrdiff_t>(count); frame != frames_.end();
-         ++frame)
+         ++frame) {
         message += *frame + (frame + 1 == frames_.end() ? "" : ",");
+    }
     return message + "]}";
 }
 
 std::optional<std::string> Hub::obey(std::string_view text) {
     const auto parsed = parse_message(text);
-    if (const auto *bad = std::get_if<BadMessage>(&parsed))
+    if (const auto *bad = std::get_if<BadMessage>(&parsed)) {
         return problem_message(bad->why);
+    }
     try {
         std::string reply = std::visit(Obeying(station_), std::get<Message>(parsed));
         feed_.touch();

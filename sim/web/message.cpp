@@ -40,26 +40,30 @@ void allow_only(const json &object, std::initializer_list<const char *> names) {
     for (const auto &member : object.items()) {
         const bool known = member.key() == "do" ||
                            std::find(names.begin(), names.end(), member.key()) != names.end();
-        if (!known)
+        if (!known) {
             throw Unusable{"a member that the message does not have"};
+        }
     }
 }
 
 std::string take_text(const json &object, const char *name, std::size_t limit) {
     const auto found = object.find(name);
-    if (found == object.end() || !found->is_string())
+    if (found == object.end() || !found->is_string()) {
         throw Unusable{"a text is missing"};
+    }
     auto text = found->get<std::string>();
-    if (text.size() > limit)
+    if (text.size() > limit) {
         throw Unusable{"a text is too long"};
+    }
     return text;
 }
 
 template <typename Test>
 std::string take_text_of(const json &object, const char *name, std::size_t limit, Test allowed) {
     std::string text = take_text(object, name, limit);
-    if (!std::all_of(text.begin(), text.end(), allowed))
+    if (!std::all_of(text.begin(), text.end(), allowed)) {
         throw Unusable{"a text has characters that it must not have"};
+    }
     return text;
 }
 
@@ -71,8 +75,9 @@ Message read_press(const json &object) {
 Message read_key(const json &object) {
     allow_only(object, {"key"});
     const auto key = key_of_name(take_text(object, "key", max_rule));
-    if (!key)
+    if (!key) {
         throw Unusable{"no such key"};
+    }
     return PressKey{*key};
 }
 
@@ -80,8 +85,9 @@ Message read_button(const json &object) {
     allow_only(object, {"button"});
     const std::string button = take_text_of(
         object, "button", 1, [](char c) { return is_digit(c) || (c >= 'A' && c <= 'C'); });
-    if (button.empty())
+    if (button.empty()) {
         throw Unusable{"no such button"};
+    }
     return PressButton{button.front()};
 }
 
@@ -94,8 +100,9 @@ Message read_swipe(const json &object) {
     allow_only(object, {"track1", "track2", "track3"});
     Swipe swipe{
         {take_track(object, "track1"), take_track(object, "track2"), take_track(object, "track3")}};
-    if (swipe.card.track1.empty() && swipe.card.track2.empty() && swipe.card.track3.empty())
+    if (swipe.card.track1.empty() && swipe.card.track2.empty() && swipe.card.track3.empty()) {
         throw Unusable{"a card without tracks"};
+    }
     return swipe;
 }
 
@@ -103,8 +110,9 @@ Message read_swipe(const json &object) {
 std::string take_rule(const json &object) {
     allow_only(object, {"rule"});
     std::string rule = take_text_of(object, "rule", max_rule, is_line_text);
-    if (rule.rfind("fault ", 0) != 0 && rule.rfind("reply ", 0) != 0)
+    if (rule.rfind("fault ", 0) != 0 && rule.rfind("reply ", 0) != 0) {
         throw Unusable{"a rule begins with fault or reply"};
+    }
     return rule;
 }
 
@@ -167,19 +175,22 @@ Message read_message(const json &object) {
     const std::string word = take_text(object, "do", max_rule);
     const auto *kind = std::find_if(kinds.begin(), kinds.end(),
                                     [&word](const Kind &known) { return word == known.word; });
-    if (kind == kinds.end())
+    if (kind == kinds.end()) {
         throw Unusable{"no such message"};
+    }
     return kind->read(object);
 }
 
 } // namespace
 
 std::variant<Message, BadMessage> parse_message(std::string_view text) {
-    if (text.size() > max_message)
+    if (text.size() > max_message) {
         return BadMessage{"the message is too long"};
+    }
     const json object = json::parse(text, nullptr, false);
-    if (!object.is_object())
+    if (!object.is_object()) {
         return BadMessage{"the message is not a JSON object"};
+    }
     try {
         return read_message(object);
     } catch (const Unusable &problem) {

@@ -40,8 +40,9 @@ bool is_directive(const std::string &word) {
 std::vector<std::string> words_of(const std::string &line) {
     std::istringstream in(line);
     std::vector<std::string> words;
-    for (std::string word; in >> word;)
+    for (std::string word; in >> word;) {
         words.push_back(word);
+    }
     return words;
 }
 
@@ -55,12 +56,13 @@ std::string first_word(const std::string &line) {
 std::string quoted(const std::string &text) {
     std::string out = "\"";
     for (char c : text) {
-        if (c == '"' || c == '\\')
+        if (c == '"' || c == '\\') {
             out += std::string("\\") + c;
-        else if (c >= 0x20 && c <= 0x7E)
+        } else if (c >= 0x20 && c <= 0x7E) {
             out.push_back(c);
-        else
+        } else {
             out += "\\x" + to_hex({static_cast<std::uint8_t>(c)});
+        }
     }
     return out + '"';
 }
@@ -86,10 +88,11 @@ std::string without_occasions(const std::string &rule) {
     const std::vector<std::string> words = words_of(rule);
     std::string kept;
     for (std::size_t i = 0; i < words.size(); ++i) {
-        if (words[i] == "nth" || words[i] == "times")
+        if (words[i] == "nth" || words[i] == "times") {
             ++i;
-        else if (words[i] != "always")
+        } else if (words[i] != "always") {
             kept += (kept.empty() ? "" : " ") + words[i];
+        }
     }
     return kept;
 }
@@ -110,21 +113,24 @@ Recorder::Recorder(const std::string &base, double time_scale) : time_scale_(tim
     std::istringstream in(base);
     for (std::string line; std::getline(in, line);) {
         const std::string word = first_word(line);
-        if (word == "fault")
+        if (word == "fault") {
             rules_.push_back({line, 0, {}});
-        else if (word != "typing" && word != "capture" && !is_directive(word))
+        } else if (word != "typing" && word != "capture" && !is_directive(word)) {
             base_ += line + '\n';
+        }
         base_replugs_ = base_replugs_ || word == "replug";
         base_has_card_ = base_has_card_ || word == "mifare";
     }
 }
 
 void Recorder::entry(const JournalEntry &entry) {
-    if (full())
+    if (full()) {
         return;
+    }
     if (entry.kind == "command") {
-        if (script_)
+        if (script_) {
             end();
+        }
         begin(entry.field("id"), entry.time);
     } else if (entry.kind == "key") {
         key(entry.time, entry.field("key"));
@@ -153,8 +159,9 @@ void Recorder::entry(const JournalEntry &entry) {
 }
 
 void Recorder::frame(const WireFrame &frame) {
-    if (full())
+    if (full()) {
         return;
+    }
     const bool from_host = frame.direction == Direction::from_host;
     const bool frame_of_host =
         from_host && (frame.kind == FrameKind::command || frame.kind == FrameKind::bad_command);
@@ -162,8 +169,9 @@ void Recorder::frame(const WireFrame &frame) {
         const std::size_t id_length = frame.framing == Framing::abecs ? 3 : 4;
         const bool acknowledgeable = frame.kind == FrameKind::command || struck_ack_;
         command_ = to_text(frame.body).substr(0, id_length);
-        if (acknowledgeable)
+        if (acknowledgeable) {
             count(acks_, command_);
+        }
         struck_ack_ = false;
     } else if (frame.kind == FrameKind::response) {
         count(responses_, command_);
@@ -173,15 +181,17 @@ void Recorder::frame(const WireFrame &frame) {
 
 void Recorder::begin(const std::string &id, Clock::time_point time) {
     const char *directive = directive_of(id);
-    if (directive != nullptr)
+    if (directive != nullptr) {
         script_ = Script{directive, false, {}, time};
+    }
 }
 
 void Recorder::end() {
     const bool event = std::string_view(script_->directive) == "event";
-    if (script_->shown || event)
+    if (script_->shown || event) {
         scripts_.push_back(std::string(script_->directive) +
                            (script_->steps.empty() ? " live" : script_->steps));
+    }
     drop();
 }
 
@@ -192,16 +202,18 @@ std::string Recorder::waited(Clock::time_point time) const {
 }
 
 void Recorder::step(Clock::time_point time, const std::string &words) {
-    if (!script_)
+    if (!script_) {
         return;
+    }
     script_->steps += " wait " + waited(time) + ' ' + words;
     script_->last_time = time;
 }
 
 void Recorder::key(Clock::time_point time, const std::string &name) {
     // The keys of an event check are known by the event that is reported.
-    if (!script_ || std::string_view(script_->directive) == "event")
+    if (!script_ || std::string_view(script_->directive) == "event") {
         return;
+    }
     const bool capture = std::string_view(script_->directive) == "capture";
     const bool usable =
         name == "enter" || name == "cancel" || name == "clear" || name == "backspace";
@@ -217,8 +229,9 @@ void Recorder::key(Clock::time_point time, const std::string &name) {
 
 void Recorder::response(const JournalEntry &entry) {
     count(replies_, command_);
-    if (!script_)
+    if (!script_) {
         return;
+    }
     const std::string status = entry.field("status");
     const std::string_view directive = script_->directive;
     if (directive == "event") {
@@ -231,43 +244,49 @@ void Recorder::response(const JournalEntry &entry) {
         }
         return;
     }
-    if (directive == "capture" && status == "012" && script_->shown)
+    if (directive == "capture" && status == "012" && script_->shown) {
         step(entry.time, "timeout");
+    }
     end();
 }
 
 void Recorder::answered(const JournalEntry &entry) {
-    if (!script_)
+    if (!script_) {
         return;
+    }
     const std::string value = entry.field("value");
     const char first = value.empty() ? '\0' : value.front();
     const bool survey = entry.field("id") != "QR01";
-    if (survey ? first == 'T' : first == '2')
+    if (survey ? first == 'T' : first == '2') {
         step(entry.time, "timeout");
-    else if ((survey && first == 'I') || (script_->steps.empty() && first != 'S'))
+    } else if ((survey && first == 'I') || (script_->steps.empty() && first != 'S')) {
         step(entry.time, "answer " + quoted(value));
+    }
 }
 
 void Recorder::event(const WireFrame &frame) {
-    if (!script_ || std::string_view(script_->directive) != "event")
+    if (!script_ || std::string_view(script_->directive) != "event") {
         return;
+    }
     constexpr std::size_t head = 6; // identifier and status
     const std::string text = to_text(frame.body);
-    if (text.substr(0, 3) != "CEX" || text.size() < head)
+    if (text.substr(0, 3) != "CEX" || text.size() < head) {
         return;
+    }
     std::string code;
     Card card;
     try {
         for (const Param &param : read_params(to_bytes(text.substr(head)))) {
             const std::string value = to_text(param.value);
-            if (param.id == data_id::event)
+            if (param.id == data_id::event) {
                 code = value;
-            else if (param.id == data_id::track1)
+            } else if (param.id == data_id::track1) {
                 card.track1 = value;
-            else if (param.id == data_id::track2)
+            } else if (param.id == data_id::track2) {
                 card.track2 = value;
-            else if (param.id == data_id::track3)
+            } else if (param.id == data_id::track3) {
                 card.track3 = value;
+            }
         }
     } catch (const Refusal &) {
         code.clear();
@@ -286,38 +305,44 @@ std::string Recorder::card_name(const Card &card) {
                known.track3 == card.track3;
     });
     const auto number = static_cast<std::size_t>(found - cards_.begin()) + 1;
-    if (found == cards_.end())
+    if (found == cards_.end()) {
         cards_.push_back(card);
+    }
     return "recorded" + std::to_string(number);
 }
 
 void Recorder::unplugged(const JournalEntry &entry) {
     unplugged_at_ = entry.time;
     if (!std::exchange(struck_unplug_, false)) {
-        if (script_)
+        if (script_) {
             rules_.push_back({"fault ack " + command_ + " unplug-after",
                               counted(acks_, command_) - 1, std::size_t{1}});
-        else
+        } else {
             notes_.emplace_back("# The cable was pulled while no command was waiting.");
+        }
     }
-    if (script_)
+    if (script_) {
         end();
+    }
 }
 
 void Recorder::plugged(Clock::time_point time) {
-    if (!unplugged_at_)
+    if (!unplugged_at_) {
         return;
+    }
     const auto away = std::chrono::duration_cast<std::chrono::milliseconds>(time - *unplugged_at_);
-    if (!replug_)
+    if (!replug_) {
         replug_ = "replug " + std::to_string(away.count());
+    }
     unplugged_at_.reset();
 }
 
 std::size_t Recorder::occasions(const std::string &rule) const {
     const Scenario read = parse_scenario(rule);
     const std::string target = target_of(read);
-    if (read.faults.empty())
+    if (read.faults.empty()) {
         return counted(replies_, target);
+    }
     switch (read.faults.front().stage) {
     case FaultStage::ack:
         return counted(acks_, target);
@@ -330,8 +355,9 @@ std::size_t Recorder::occasions(const std::string &rule) const {
 }
 
 void Recorder::armed(const std::string &rule) {
-    if (full())
+    if (full()) {
         return;
+    }
     rules_.push_back({rule, occasions(rule), {}});
 }
 
@@ -339,20 +365,23 @@ void Recorder::disarmed(const std::string &rule) {
     const auto found = std::find_if(rules_.rbegin(), rules_.rend(), [&rule](const Rule &known) {
         return known.text == rule && !known.lasted;
     });
-    if (found != rules_.rend())
+    if (found != rules_.rend()) {
         found->lasted = occasions(rule) - found->before;
+    }
 }
 
 std::string Recorder::rule_line(const Rule &rule) const {
-    if (rule.before == 0 && !rule.lasted)
+    if (rule.before == 0 && !rule.lasted) {
         return rule.text + '\n';
+    }
     const Scenario read = parse_scenario(rule.text);
     const Target target =
         read.faults.empty() ? read.replies.front().target : read.faults.front().target;
     std::size_t times = target.times;
     if (rule.lasted) {
-        if (*rule.lasted < target.nth)
+        if (*rule.lasted < target.nth) {
             return {};
+        }
         times = std::min<std::size_t>(times, *rule.lasted - target.nth + 1);
     }
     return without_occasions(rule.text) + " nth " + std::to_string(target.nth + rule.before) +
@@ -360,38 +389,48 @@ std::string Recorder::rule_line(const Rule &rule) const {
 }
 
 std::string Recorder::card_lines() const {
-    if (!card_came_ || base_has_card_)
+    if (!card_came_ || base_has_card_) {
         return {};
+    }
     const auto &uid = Scenario::default_uid;
     std::string line = "mifare uid " + to_hex(Bytes(uid.begin(), uid.end()));
-    if (missed_activations_ != 0)
+    if (missed_activations_ != 0) {
         line += " missed " + std::to_string(missed_activations_);
+    }
     return line + '\n';
 }
 
 std::string Recorder::scenario() const {
     std::string text = base_ + card_lines();
-    if (replug_ && !base_replugs_)
+    if (replug_ && !base_replugs_) {
         text += *replug_ + '\n';
+    }
     for (std::size_t i = 0; i < cards_.size(); ++i) {
         text += "card recorded" + std::to_string(i + 1);
         const Card &card = cards_[i];
-        if (!card.track1.empty())
+        if (!card.track1.empty()) {
             text += " track1 " + quoted(card.track1);
-        if (!card.track2.empty())
+        }
+        if (!card.track2.empty()) {
             text += " track2 " + quoted(card.track2);
-        if (!card.track3.empty())
+        }
+        if (!card.track3.empty()) {
             text += " track3 " + quoted(card.track3);
+        }
         text += '\n';
     }
-    for (const Rule &rule : rules_)
+    for (const Rule &rule : rules_) {
         text += rule_line(rule);
-    for (const std::string &note : notes_)
+    }
+    for (const std::string &note : notes_) {
         text += note + '\n';
-    for (const std::string &script : scripts_)
+    }
+    for (const std::string &script : scripts_) {
         text += script + '\n';
-    if (full())
+    }
+    if (full()) {
         text += "# The recording is full; what came after this is not in it.\n";
+    }
     return text;
 }
 

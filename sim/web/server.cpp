@@ -62,8 +62,9 @@ private:
     static tcp::endpoint endpoint_of(const ServerOptions &options) {
         boost::system::error_code error;
         const auto address = boost::asio::ip::make_address(options.address, error);
-        if (error)
+        if (error) {
             throw std::runtime_error("'" + options.address + "' is not an address");
+        }
         return {address, options.port};
     }
 
@@ -78,8 +79,9 @@ private:
 
     // Called on the device's thread too: leaves word at most once until it was heard.
     void wake() {
-        if (!woken_.exchange(true))
+        if (!woken_.exchange(true)) {
             boost::asio::post(io_, [this] { plan_update(); });
+        }
     }
 
     void plan_update() {
@@ -90,8 +92,9 @@ private:
         }
         timer_.expires_at(next);
         timer_.async_wait([this](boost::system::error_code error) {
-            if (!error)
+            if (!error) {
                 update();
+            }
         });
     }
 
@@ -100,15 +103,17 @@ private:
         woken_ = false;
         hub_.refresh();
         for (const auto &known : watchers_) {
-            if (const auto watcher = known.lock())
+            if (const auto watcher = known.lock()) {
                 watcher->update();
+            }
         }
     }
 
     void accept() {
         acceptor_.async_accept([this](boost::system::error_code error, tcp::socket socket) {
-            if (!error)
+            if (!error) {
                 welcome(std::move(socket));
+            }
             accept();
         });
     }
@@ -116,8 +121,9 @@ private:
     void welcome(tcp::socket socket) {
         drop_gone(visitors_);
         drop_gone(watchers_);
-        if (visitors_.size() + watchers_.size() >= options_.max_connections)
+        if (visitors_.size() + watchers_.size() >= options_.max_connections) {
             return;
+        }
         boost::system::error_code ignored;
         socket.set_option(tcp::no_delay(true), ignored);
         const auto visitor = std::make_shared<Visitor>(
@@ -133,8 +139,9 @@ private:
         const auto watcher = std::make_shared<Watcher>(std::move(stream), hub_);
         watchers_.push_back(watcher);
         watcher->accept(request, [known = std::weak_ptr(watcher)] {
-            if (const auto opened = known.lock())
+            if (const auto opened = known.lock()) {
                 opened->update();
+            }
         });
     }
 

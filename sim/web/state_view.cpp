@@ -36,8 +36,9 @@ json media_list(const Snapshot &state) {
     for (const std::string &name : state.shown_media) {
         json entry{{"name", to_utf8(name)}};
         const MediaFile *file = state.find_media(name);
-        if (file != nullptr && std::string_view(media_type_of(*file)).rfind("image/", 0) == 0)
+        if (file != nullptr && std::string_view(media_type_of(*file)).rfind("image/", 0) == 0) {
             entry["path"] = media_path(*file);
+        }
         list.push_back(std::move(entry));
     }
     return list;
@@ -45,11 +46,12 @@ json media_list(const Snapshot &state) {
 
 json card_list(const Scenario &scenario) {
     json list = json::array();
-    for (const auto &[name, card] : scenario.cards)
+    for (const auto &[name, card] : scenario.cards) {
         list.push_back({{"name", to_utf8(name)},
                         {"track1", to_utf8(card.track1)},
                         {"track2", to_utf8(card.track2)},
                         {"track3", to_utf8(card.track3)}});
+    }
     return list;
 }
 
@@ -58,8 +60,9 @@ json card_list(const Scenario &scenario) {
 std::string state_message(const Snapshot &state, const Scenario &scenario, const std::string &port,
                           const std::vector<std::string> &armed) {
     json lines = json::array();
-    for (const std::string &line : state.display)
+    for (const std::string &line : state.display) {
         lines.push_back(to_utf8(line));
+    }
     const json message{{"type", "state"},
                        {"plugged", state.plugged},
                        {"port", port},

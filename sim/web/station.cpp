@@ -33,8 +33,9 @@ void Station::note(const JournalEntry &entry) {
     {
         const std::lock_guard lock(mutex_);
         recorder_.entry(entry);
-        if (entry.kind == "fault")
+        if (entry.kind == "fault") {
             count_strike(entry);
+        }
     }
     journal_(entry);
 }
@@ -43,10 +44,12 @@ void Station::count_strike(const JournalEntry &entry) {
     const auto struck = std::find_if(armed_.begin(), armed_.end(), [&entry](const Armed &armed) {
         return armed.stage == entry.field("stage") && armed.action == entry.field("action");
     });
-    if (struck == armed_.end() || struck->left == Target::always)
+    if (struck == armed_.end() || struck->left == Target::always) {
         return;
-    if (--struck->left == 0)
+    }
+    if (--struck->left == 0) {
         armed_.erase(struck);
+    }
 }
 
 std::shared_ptr<Simulator> Station::device() const {
@@ -79,24 +82,28 @@ void Station::disarm(const std::string &rule) {
         const std::lock_guard lock(mutex_);
         const auto found = std::find_if(armed_.begin(), armed_.end(),
                                         [&rule](const Armed &armed) { return armed.rule == rule; });
-        if (found == armed_.end())
+        if (found == armed_.end()) {
             return;
+        }
         armed_.erase(found);
         recorder_.disarmed(rule);
-        for (const Armed &armed : armed_)
+        for (const Armed &armed : armed_) {
             others.push_back(armed.rule);
+        }
     }
     const auto current = device();
     current->clear_faults();
-    for (const std::string &other : others)
+    for (const std::string &other : others) {
         current->arm_fault(other);
+    }
 }
 
 void Station::disarm_all() {
     {
         const std::lock_guard lock(mutex_);
-        for (const Armed &armed : armed_)
+        for (const Armed &armed : armed_) {
             recorder_.disarmed(armed.rule);
+        }
         armed_.clear();
     }
     device()->clear_faults();
@@ -105,8 +112,9 @@ void Station::disarm_all() {
 std::vector<std::string> Station::armed() const {
     const std::lock_guard lock(mutex_);
     std::vector<std::string> rules;
-    for (const Armed &armed : armed_)
+    for (const Armed &armed : armed_) {
         rules.push_back(armed.rule);
+    }
     return rules;
 }
 

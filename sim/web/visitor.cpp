@@ -37,12 +37,14 @@ http::response<http::string_body> make_answer(const Watcher::Request &request, h
     response.set("X-Content-Type-Options", "nosniff");
     response.set("Referrer-Policy", "no-referrer");
     response.keep_alive(request.keep_alive());
-    if (request.method() == http::verb::head)
+    if (request.method() == http::verb::head) {
         response.content_length(body.size());
-    else
+    } else {
         response.body() = std::string(body);
-    if (request.method() != http::verb::head)
+    }
+    if (request.method() != http::verb::head) {
         response.prepare_payload();
+    }
     return response;
 }
 
@@ -62,10 +64,11 @@ void Visitor::read() {
     stream_.expires_after(patience);
     http::async_read(stream_, buffer_, *parser_,
                      [self = shared_from_this()](error_code error, std::size_t) {
-                         if (error)
+                         if (error) {
                              self->close();
-                         else
+                         } else {
                              self->take();
+                         }
                      });
 }
 
@@ -86,26 +89,30 @@ void Visitor::take() {
                            "Only the page of this server may ask for that.\n"));
         return;
     }
-    if (upgrade && request.target() == "/live")
+    if (upgrade && request.target() == "/live") {
         upgrade_(std::move(stream_), request);
-    else
+    } else {
         write(answer(request));
+    }
 }
 
 Visitor::Response Visitor::answer(const Watcher::Request &request) const {
-    if (request.method() != http::verb::get && request.method() != http::verb::head)
+    if (request.method() != http::verb::get && request.method() != http::verb::head) {
         return make_refusal(request, http::status::method_not_allowed, "Only GET and HEAD.\n");
+    }
     return file(request);
 }
 
 Visitor::Response Visitor::file(const Watcher::Request &request) const {
     const std::string path(view(request.target()));
-    if (const Asset *asset = find_asset(path))
+    if (const Asset *asset = find_asset(path)) {
         return make_answer(request, http::status::ok, asset->type, asset->content);
+    }
     const Snapshot state = hub_.station().device()->snapshot();
-    if (const MediaFile *media = find_media_of_path(state, path))
+    if (const MediaFile *media = find_media_of_path(state, path)) {
         return make_answer(request, http::status::ok, media_type_of(*media),
                            to_text(media->content));
+    }
     return make_answer(request, http::status::not_found, "text/plain; charset=utf-8",
                        "There is nothing here.\n");
 }
@@ -114,10 +121,11 @@ void Visitor::write(Response response) {
     auto kept = std::make_shared<Response>(std::move(response));
     http::async_write(stream_, *kept,
                       [self = shared_from_this(), kept](error_code error, std::size_t) {
-                          if (error || !kept->keep_alive())
+                          if (error || !kept->keep_alive()) {
                               self->close();
-                          else
+                          } else {
                               self->read();
+                          }
                       });
 }
 

@@ -18,14 +18,15 @@ constexpr std::size_t most_replies = 16;
 
 } // namespace
 
-void Watcher::accept(const Request &request, std::function<void()> opened) {
+void Watcher::accept(const Request &request, const std::function<void()> &opened) {
     boost::beast::get_lowest_layer(socket_).expires_never();
     socket_.set_option(websocket::stream_base::timeout::suggested(boost::beast::role_type::server));
     socket_.read_message_max(max_message);
     socket_.text(true);
     socket_.async_accept(request, [self = shared_from_this(), opened](error_code error) {
-        if (error)
+        if (error) {
             return;
+        }
         self->open_ = true;
         opened();
         self->read();
@@ -33,8 +34,9 @@ void Watcher::accept(const Request &request, std::function<void()> opened) {
 }
 
 void Watcher::read() {
-    if (!open_ || reading_ || replies_.size() >= most_replies)
+    if (!open_ || reading_ || replies_.size() >= most_replies) {
         return;
+    }
     reading_ = true;
     socket_.async_read(
         buffer_, [self = shared_from_this()](error_code error, std::size_t) { self->take(error); });
@@ -48,15 +50,17 @@ void Watcher::take(error_code error) {
     }
     const std::string text = boost::beast::buffers_to_string(buffer_.data());
     buffer_.consume(buffer_.size());
-    if (auto reply = hub_.obey(text))
+    if (auto reply = hub_.obey(text)) {
         replies_.push_back(std::move(*reply));
+    }
     update();
     read();
 }
 
 void Watcher::update() {
-    if (!open_ || busy_)
+    if (!open_ || busy_) {
         return;
+    }
     if (!replies_.empty()) {
         std::string reply = std::move(replies_.front());
         replies_.pop_front();
@@ -75,8 +79,9 @@ void Watcher::write(std::string message) {
     socket_.async_write(boost::asio::buffer(writing_),
                         [self = shared_from_this()](error_code error, std::size_t) {
                             self->busy_ = false;
-                            if (error)
+                            if (error) {
                                 self->open_ = false;
+                            }
                             self->update();
                             self->read();
                         });

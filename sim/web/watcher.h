@@ -26,7 +26,7 @@ public:
 
     // Takes the connection over, with the request that asked for it; opened is called when the
     // browser can be told something.
-    void accept(const Request &request, std::function<void()> opened);
+    void accept(const Request &request, const std::function<void()> &opened);
 
     // Tells the browser what it has not been told yet, unless it is still being told something.
     void update();
