@@ -252,8 +252,9 @@ let counted = 0;
 function takeFrames(message) {
   const fresh = message.frames.filter((frame) => frame.n > lastFrame);
   if (fresh.length === 0) return;
+  // What a page missed before it was opened did not cross the wire just now.
+  counted += fresh.length + (lastFrame === 0 ? 0 : message.skipped);
   lastFrame = fresh[fresh.length - 1].n;
-  counted += fresh.length + message.skipped;
   kept = kept.concat(fresh).slice(-mostKept);
   if (byId('pause').getAttribute('aria-pressed') === 'true') return;
   waiting = waiting.concat(fresh.filter(passes)).slice(-mostRows);
