@@ -38,7 +38,8 @@ private:
     void take(boost::beast::error_code error);
     void write(std::string message);
 
-    boost::beast::websocket::stream<boost::beast::tcp_stream> socket_;
+    // Without compression: the line between us is a loopback.
+    boost::beast::websocket::stream<boost::beast::tcp_stream, false> socket_;
     Hub &hub_;
     boost::beast::flat_buffer buffer_;
     std::deque<std::string> replies_;

@@ -1,37 +1,50 @@
 #pragma once
 
-#include <boost/asio/io_context.hpp>
-#include <boost/asio/ip/tcp.hpp>
-#include <boost/beast/core/flat_buffer.hpp>
-#include <boost/beast/core/tcp_stream.hpp>
-#include <boost/beast/websocket/stream.hpp>
 #include <nlohmann/json.hpp>
 
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <string>
 
+// A connection to the server on this machine, byte by byte.
+class Connection {
+public:
+    explicit Connection(std::uint16_t port);
+    ~Connection();
+    Connection(const Connection &) = delete;
+    Connection &operator=(const Connection &) = delete;
+
+    // What the server hangs up on does not matter here.
+    void write(const std::string &bytes) const;
+    // The next bytes, as many; throws std::runtime_error when the server hangs up or is too slow.
+    std::string read(std::size_t count) const;
+    std::string read_until(const std::string &end) const;
+    std::string read_to_end() const;
+
+private:
+    int fd_;
+};
+
 // Sends a request as it is and returns all that comes until the server hangs up.
 std::string ask_server(std::uint16_t port, const std::string &request);
 
-// A page without a browser.
+// A page without a browser: a WebSocket that sends and takes whole text messages.
 class WebClient {
 public:
-    // The headers that tell where the page came from; throws boost::system::system_error when the
-    // server does not want it.
+    // The headers tell where the page came from; throws std::runtime_error when the server does
+    // not want it.
     WebClient(std::uint16_t port, const std::string &host, const std::string &origin);
 
-    void send(const std::string &message);
+    void send(const std::string &message) const;
     // Reads on until a message of this type for which the test holds. Throws std::runtime_error
-    // when none comes in time, boost::system::system_error when the server hangs up.
+    // when none comes in time or the server hangs up.
     nlohmann::json wait_for(
         const std::string &type, const std::function<bool(const nlohmann::json &)> &test =
-                                     [](const nlohmann::json &) { return true; });
+                                     [](const nlohmann::json &) { return true; }) const;
 
 private:
-    nlohmann::json read();
+    std::string read_message() const;
 
-    boost::asio::io_context io_;
-    boost::beast::websocket::stream<boost::beast::tcp_stream> socket_;
-    boost::beast::flat_buffer buffer_;
+    Connection connection_;
 };
