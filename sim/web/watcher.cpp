@@ -23,6 +23,7 @@ void Watcher::accept(const Request &request, const std::function<void()> &opened
     socket_.set_option(websocket::stream_base::timeout::suggested(boost::beast::role_type::server));
     socket_.read_message_max(max_message);
     socket_.text(true);
+    socket_.auto_fragment(false);
     socket_.async_accept(request, [self = shared_from_this(), opened](error_code error) {
         if (error) {
             return;
