@@ -13,6 +13,7 @@ fail() {
 
 # Runs the device until it has told its address, or for three seconds.
 start() {
+    : >"$work/errors"
     "$simulator" --quiet "$@" >/dev/null 2>"$work/errors" </dev/null &
     device=$!
     tries=0
