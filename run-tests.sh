@@ -6,7 +6,7 @@ cd "$(dirname "$0")"
 usage() {
     cat <<EOF
 usage: $0 [--quick | --lint | --windows | --languages | --docs | --web | --packages |
-       --coverage | --help]
+       --fuzz | --coverage | --help]
 
 Without an option, everything: formatting, the release build with g++ and its tests, the build with
 clang and the address, undefined-behaviour and leak sanitizers and its tests, the tests of threads
@@ -17,6 +17,7 @@ under the thread sanitizer, clang-tidy over the library.
   --windows   builds the Windows DLLs with mingw-w64 and drives the 64-bit one under Wine
   --languages builds, and runs the tills of examples/till in every language
   --docs      builds the documentation; a warning is an error
+  --fuzz      runs every fuzzer for a minute
   --packages  builds the Debian packages, tries them in a clean root, and checks that a build can be
               reproduced
   --web       drives the page of the virtual PIN pad in a browser
@@ -64,6 +65,7 @@ case "${1:-}" in
     --docs) mode=docs ;;
     --web) mode=web ;;
     --packages) mode=packages ;;
+    --fuzz) mode=fuzz ;;
     -h | --help)
         usage
         exit 0
@@ -77,7 +79,7 @@ esac
 
 step 'Packages'
 case "$mode" in
-    all | quick | lint) scripts/install-dependencies.sh test ;;
+    all | quick | lint | fuzz) scripts/install-dependencies.sh test ;;
     *) scripts/install-dependencies.sh "$mode" ;;
 esac
 
@@ -105,6 +107,13 @@ if [ "$mode" = packages ]; then
     scripts/build-packages.sh
     step 'Two builds of one revision'
     scripts/check-reproducible.sh
+    step 'All done'
+    exit 0
+fi
+
+if [ "$mode" = fuzz ]; then
+    step 'Fuzzers'
+    scripts/fuzz.sh 60
     step 'All done'
     exit 0
 fi

@@ -31,6 +31,11 @@ else()
     target_link_options(pinpad_options INTERFACE -fsanitize=${PINPAD_SANITIZE})
 endif()
 
+# The fuzzer sees which branches are taken in everything but itself.
+if(PINPAD_FUZZ)
+    target_compile_options(pinpad_options INTERFACE -fsanitize=fuzzer-no-link)
+endif()
+
 if(PINPAD_COVERAGE)
     target_compile_options(pinpad_options INTERFACE --coverage -O0)
     target_link_options(pinpad_options INTERFACE --coverage)

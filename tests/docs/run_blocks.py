@@ -136,7 +136,7 @@ class Runner:
 
     def shell_line(self, line):
         words = line.split()
-        if words[0] in ("./run-demo.sh", "./run-tests.sh"):
+        if words[0] in ("./run-demo.sh", "./run-tests.sh", "scripts/fuzz.sh"):
             self.script(words)
         elif words[0] == "scripts/install-dependencies.sh":
             self.script(words)

@@ -1,0 +1,27 @@
+#pragma once
+
+#include "core/guard.h"
+
+#include <cstdio>
+#include <cstdlib>
+
+// What must hold whatever arrives; a fuzzer stops where it does not.
+#define FUZZ_CHECK(condition)                                                                      \
+    do {                                                                                           \
+        if (!(condition)) {                                                                        \
+            std::fprintf(stderr, "%s:%d: does not hold: %s\n", __FILE__, __LINE__, #condition);    \
+            std::abort();                                                                          \
+        }                                                                                          \
+    } while (false)
+
+namespace fuzz {
+
+/// Whether a failure is one that a device may cause: it tells of the line, of silence or of an
+/// answer that is not allowed, and has a text.
+inline bool isFailureOfTheDevice(const PclFailure &failure) {
+    return (failure.code == PCL_RESULT_IO_ERROR || failure.code == PCL_RESULT_PROTOCOL_ERROR ||
+            failure.code == PCL_RESULT_TIMEOUT_ERROR) &&
+           failure.message[0] == '[';
+}
+
+} // namespace fuzz

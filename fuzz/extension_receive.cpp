@@ -1,0 +1,40 @@
+// Bytes of the line, silences among them, where the extension link waits for an answer.
+
+#include "ext/ext_link.h"
+#include "fuzz/memory_port.h"
+#include "fuzz/session.h"
+#include "sim/ext_frame.h"
+
+#include <algorithm>
+#include <string>
+
+namespace {
+
+void receiveAnything(const std::uint8_t *data, std::size_t size) {
+    AbecsPinpad *const pinpad = fuzz::session();
+    const AbecsPacketPtr answer(abecsPacketCreate());
+    memory_port::sayInput(data, size);
+    const PclFailure failure = pcl_attempt([&] { abecs_ext_receive_packet(pinpad, answer.get()); });
+    FUZZ_CHECK(!failure || fuzz::isFailureOfTheDevice(failure));
+    FUZZ_CHECK(abecsPacketAvailable(answer.get()) <= ABECS_PACKET_CAPACITY);
+    const auto &written = memory_port::written();
+    FUZZ_CHECK(written.size() <= 3);
+    FUZZ_CHECK(std::all_of(written.begin(), written.end(), [](auto byte) { return byte == 0x15; }));
+}
+
+void receiveAGoodAnswer() {
+    AbecsPinpad *const pinpad = fuzz::session();
+    const AbecsPacketPtr answer(abecsPacketCreate());
+    memory_port::say({sim::encode_ext_frame({'Q', 'R', '0', '1', '0'})});
+    const PclFailure failure = pcl_attempt([&] { abecs_ext_receive_packet(pinpad, answer.get()); });
+    FUZZ_CHECK(!failure);
+    FUZZ_CHECK(abecsPacketAvailable(answer.get()) == 5);
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
+    receiveAnything(data, size);
+    receiveAGoodAnswer();
+    return 0;
+}
