@@ -19,8 +19,9 @@ bool needs_stuffing(std::uint8_t byte) {
 std::uint16_t frame_crc(const Bytes &body, bool encrypted) {
     Bytes covered;
     covered.reserve(body.size() + 2);
-    if (encrypted)
+    if (encrypted) {
         covered.push_back(control::dc2);
+    }
     covered.insert(covered.end(), body.begin(), body.end());
     covered.push_back(control::etb);
     return crc16(covered);
@@ -30,8 +31,9 @@ std::uint16_t frame_crc(const Bytes &body, bool encrypted) {
 
 Bytes encode_frame(const Bytes &body, bool encrypted) {
     Bytes frame{control::syn};
-    if (encrypted)
+    if (encrypted) {
         frame.push_back(control::dc2);
+    }
     for (std::uint8_t byte : body) {
         if (needs_stuffing(byte)) {
             frame.push_back(control::dc3);

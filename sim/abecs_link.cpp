@@ -17,10 +17,11 @@ std::string id_of(const Bytes &body) {
 
 void AbecsLink::feed(std::uint8_t byte) {
     const FrameReader::Result result = reader_.feed(byte);
-    if (result == FrameReader::Result::good)
+    if (result == FrameReader::Result::good) {
         take_good_frame();
-    else if (result == FrameReader::Result::bad)
+    } else if (result == FrameReader::Result::bad) {
         transmitter_.refuse(frame_read(FrameKind::bad_command), "crc");
+    }
 }
 
 void AbecsLink::give_up() {
@@ -47,15 +48,17 @@ void AbecsLink::take_good_frame() {
     frame.kind = executed ? FrameKind::command : FrameKind::bad_command;
     log_.add_frame(frame);
     transmitter_.acknowledge(fault);
-    if (!executed)
+    if (!executed) {
         return;
+    }
     transmitter_.forget();
     log_.note("command", {{"id", id}, {"encrypted", frame.encrypted ? "yes" : "no"}});
     board_.change([](Snapshot &state) { ++state.commands; });
-    if (readable)
+    if (readable) {
         taker_->take_command(body, frame.encrypted);
-    else
+    } else {
         taker_->take_unreadable_command();
+    }
 }
 
 void AbecsLink::send(const std::string &command_id, const Bytes &body, bool encrypted) {
@@ -63,10 +66,12 @@ void AbecsLink::send(const std::string &command_id, const Bytes &body, bool encr
     PayloadDamage damage;
     if (fault) {
         encrypted = fault->kind != FaultKind::secure_plain;
-        if (fault->kind == FaultKind::secure_len)
+        if (fault->kind == FaultKind::secure_len) {
             damage.length_field = static_cast<std::uint16_t>(fault->number);
-        if (fault->kind == FaultKind::secure_payload)
+        }
+        if (fault->kind == FaultKind::secure_payload) {
             damage.payload_size = fault->number;
+        }
         damage.wrong_crc = fault->kind == FaultKind::secure_bad_datacrc;
     }
     const Bytes payload = encrypted ? channel_.wrap(body, damage) : body;

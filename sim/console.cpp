@@ -44,10 +44,11 @@ const char *frame_word(FrameKind kind) {
 std::string readable(const Bytes &body) {
     std::string text;
     for (std::uint8_t byte : body) {
-        if (byte >= 0x20 && byte <= 0x7E)
+        if (byte >= 0x20 && byte <= 0x7E) {
             text.push_back(static_cast<char>(byte));
-        else
+        } else {
             text += "\\x" + to_hex({byte});
+        }
     }
     return text;
 }
@@ -59,44 +60,55 @@ std::string quoted_field(const JournalEntry &entry, const std::string &name) {
 std::string display_line(const JournalEntry &entry) {
     std::string text = "display:";
     for (const auto &[name, value] : entry.fields) {
-        if (name == "media")
+        if (name == "media") {
             text += " <" + to_utf8(value) + ">";
-        else if (name == "buttons")
+        } else if (name == "buttons") {
             text += " buttons " + value;
-        else if (name != "kind")
+        } else if (name != "kind") {
             text += " [" + to_utf8(value) + "]";
+        }
     }
-    if (entry.field("kind") == "qr_code")
+    if (entry.field("kind") == "qr_code") {
         text += " <QR code>";
+    }
     return entry.field("kind") == "blank" ? "display: (blank)" : text;
 }
 
 std::string other_line(const JournalEntry &entry) {
     std::string text = entry.kind;
     for (const auto &[name, value] : entry.fields) {
-        if (!value.empty())
+        if (!value.empty()) {
             text += " " + name + "=" + to_utf8(value);
+        }
     }
     return text;
 }
 
 std::string text_line(const JournalEntry &entry) {
-    if (entry.kind == "display")
+    if (entry.kind == "display") {
         return display_line(entry);
-    if (entry.kind == "key")
+    }
+    if (entry.kind == "key") {
         return "key: " + entry.field("key");
-    if (entry.kind == "beep")
+    }
+    if (entry.kind == "beep") {
         return "beep: " + entry.field("why");
-    if (entry.kind == "card")
+    }
+    if (entry.kind == "card") {
         return "card: " + entry.field("action");
-    if (entry.kind == "notify")
+    }
+    if (entry.kind == "notify") {
         return "notify: " + quoted_field(entry, "text");
-    if (entry.kind == "qrcode")
+    }
+    if (entry.kind == "qrcode") {
         return "qr code: " + quoted_field(entry, "text");
-    if (entry.kind == "answered")
+    }
+    if (entry.kind == "answered") {
         return "answered: " + entry.field("id") + " " + quoted_field(entry, "value");
-    if (entry.kind == "captured")
+    }
+    if (entry.kind == "captured") {
         return "captured: " + quoted_field(entry, "value");
+    }
     return other_line(entry);
 }
 
@@ -104,14 +116,15 @@ nlohmann::json json_entry(const JournalEntry &entry) {
     nlohmann::json object{{"kind", entry.kind}};
     for (const auto &[name, value] : entry.fields) {
         const std::string text = to_utf8(value);
-        if (entry.kind == "display" && name.rfind("line", 0) == 0)
+        if (entry.kind == "display" && name.rfind("line", 0) == 0) {
             object["lines"].push_back(text);
-        else if (entry.kind == "display" && name == "media")
+        } else if (entry.kind == "display" && name == "media") {
             object["media"].push_back(text);
-        else if (entry.kind == "display" && name == "kind")
+        } else if (entry.kind == "display" && name == "kind") {
             object["screen"] = text;
-        else
+        } else {
             object[name] = text;
+        }
     }
     return object;
 }
@@ -142,21 +155,24 @@ void Console::frame(const WireFrame &frame) {
         return;
     }
     std::string text = frame.direction == Direction::from_host ? "host   > " : "device > ";
-    if (frame.framing == Framing::extension)
+    if (frame.framing == Framing::extension) {
         text += "extension ";
+    }
     text += frame_word(frame.kind);
-    if (frame.encrypted)
+    if (frame.encrypted) {
         text += " (encrypted)";
+    }
     text += " " + (frame.body.empty() ? to_hex(frame.raw) : readable(frame.body));
     line(text);
 }
 
 void Console::line(const std::string &text) {
     const std::lock_guard lock(mutex_);
-    if (opened_)
+    if (opened_) {
         out_ << text << std::endl;
-    else
+    } else {
         backlog_ += text + '\n';
+    }
 }
 
 } // namespace sim

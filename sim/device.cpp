@@ -19,8 +19,9 @@ Device::Device(boost::asio::io_context &io, const Scenario &scenario, double tim
       transmitter_(transmitter), channel_(channel), log_(log), board_(board),
       media_(scenario.media),
       contactless_(scenario.contactless_card, scenario.card_held, scenario.missed_activations) {
-    for (const ReplyRule &rule : scenario.replies)
+    for (const ReplyRule &rule : scenario.replies) {
         replies_.push_back({rule.change, Occasions(rule.target)});
+    }
     publish_media();
     board_.change([this](Snapshot &state) { state.card_held = contactless_.held(); });
 }
@@ -41,8 +42,9 @@ void Device::begin_command(const std::string &id, bool encrypted, Framing framin
 }
 
 void Device::interrupt_waiting(const std::string &by) {
-    if (waiting_ == nullptr)
+    if (waiting_ == nullptr) {
         return;
+    }
     log_.note("overlap", {{"id", board_.snapshot().pending_command}, {"by", by}});
     board_.change([](Snapshot &state) { ++state.overlaps; });
     retire_waiting();
@@ -93,24 +95,29 @@ void Device::execute(const ExtRequest &request) {
 void Device::execute(const Request &request, bool encrypted) {
     const Command *command = find_command(request.id);
     current_reply_ = choose_reply(request.id);
-    if (command != nullptr)
+    if (command != nullptr) {
         current_id_ = request.id;
+    }
     const bool was_open = open_;
     const bool was_secure = channel_.on();
-    if (command != nullptr && command->ends_session)
+    if (command != nullptr && command->ends_session) {
         close_session();
+    }
     const bool skipped = current_reply_ && current_reply_->skip;
     if (skipped) {
         answer(status::ok);
         return;
     }
     const bool opens = request.id == "OPN";
-    if (opens && encrypted)
+    if (opens && encrypted) {
         throw Refusal(status::invalid_call);
-    if (scenario_.refuse_plain && was_secure && !encrypted && !opens)
+    }
+    if (scenario_.refuse_plain && was_secure && !encrypted && !opens) {
         throw Refusal(status::bad_secure_packet);
-    if (command == nullptr || (scenario_.require_open && !was_open && !opens))
+    }
+    if (command == nullptr || (scenario_.require_open && !was_open && !opens)) {
         throw Refusal(status::invalid_call);
+    }
     command->run(*this, request);
 }
 
@@ -130,26 +137,30 @@ void Device::take_abort() {
 
 void Device::take_stop() {
     log_.note("stop", {{"id", board_.snapshot().pending_command}});
-    if (waiting_ != nullptr)
+    if (waiting_ != nullptr) {
         waiting_->host_stops();
+    }
 }
 
 void Device::press_digit(char digit) {
     log_.note("key", {{"key", std::string(1, digit)}});
-    if (waiting_ != nullptr)
+    if (waiting_ != nullptr) {
         waiting_->digit(digit);
+    }
 }
 
 void Device::press_key(Key key) {
     log_.note("key", {{"key", key_name(key)}});
-    if (waiting_ != nullptr)
+    if (waiting_ != nullptr) {
         waiting_->key(key);
+    }
 }
 
 void Device::swipe(const Card &card) {
     log_.note("card", {{"action", "swipe"}});
-    if (waiting_ != nullptr)
+    if (waiting_ != nullptr) {
         waiting_->swipe(card);
+    }
 }
 
 void Device::insert_card() {
@@ -166,8 +177,9 @@ void Device::tap_card() {
 
 void Device::press_button(char button) {
     log_.note("key", {{"key", std::string(1, button)}});
-    if (waiting_ != nullptr)
+    if (waiting_ != nullptr) {
         waiting_->button(button);
+    }
 }
 
 void Device::hold_card() {
@@ -188,8 +200,9 @@ void Device::note_card(const char *action) {
 void Device::card_event(const char *action, ChipSlot slot, const std::string &code) {
     log_.note("card", {{"action", action}});
     board_.change([slot](Snapshot &state) { state.chip_slot = slot; });
-    if (waiting_ != nullptr)
+    if (waiting_ != nullptr) {
         waiting_->card_event(code);
+    }
 }
 
 void Device::lose_power() {
@@ -209,18 +222,21 @@ std::optional<ReplyChange> Device::choose_reply(const std::string &id) {
     std::optional<ReplyChange> chosen;
     for (ArmedReply &armed : replies_) {
         const bool strikes = armed.occasions.strike(id);
-        if (strikes && !chosen)
+        if (strikes && !chosen) {
             chosen = armed.change;
+        }
     }
     return chosen;
 }
 
 Bytes Device::changed_body(Response response) const {
-    if (!current_reply_)
+    if (!current_reply_) {
         return write_response(response);
+    }
     const ReplyChange &change = *current_reply_;
-    if (change.body)
+    if (change.body) {
         return *change.body;
+    }
     response.id = change.id.value_or(response.id);
     if (change.status) {
         response.status = *change.status;
@@ -244,8 +260,9 @@ Bytes Device::changed_body(ExtResponse response) const {
     constexpr std::size_t id_length = 4;
     constexpr std::size_t status_length = 2;
     const ReplyChange change = current_reply_.value_or(ReplyChange{});
-    if (change.body)
+    if (change.body) {
         return *change.body;
+    }
     const ExtCommand *command = find_ext_command(current_id_);
     const bool has_status = command != nullptr && command->has_status;
     std::string id = change.id.value_or(response.id);
@@ -256,8 +273,9 @@ Bytes Device::changed_body(ExtResponse response) const {
         rest = status == command->done ? status + rest.substr(status_length) : status;
     }
     if (scenario_.binary_status && has_status) {
-        for (std::size_t i = 0; i < status_length; ++i)
+        for (std::size_t i = 0; i < status_length; ++i) {
             rest[i] = static_cast<char>(rest[i] - '0');
+        }
     }
     Bytes body = to_bytes(id + rest);
     body.insert(body.end(), change.append.begin(), change.append.end());
@@ -294,10 +312,11 @@ void Device::notify(const std::string &text) {
 }
 
 void Device::send_body(const Bytes &body) {
-    if (current_framing_ == Framing::extension)
+    if (current_framing_ == Framing::extension) {
         ext_link_.send(current_id_, body);
-    else
+    } else {
         link_.send(current_id_, body, current_encrypted_);
+    }
 }
 
 void Device::wait_with(std::unique_ptr<Waiting> waiting) {
@@ -311,8 +330,9 @@ void Device::wait_with(std::unique_ptr<Waiting> waiting) {
 }
 
 void Device::retire_waiting() {
-    if (waiting_ == nullptr)
+    if (waiting_ == nullptr) {
         return;
+    }
     waiting_->stop();
     // The command that ends is often the caller, so it goes a moment later.
     boost::asio::post(io_, [retired = std::shared_ptr<Waiting>(std::move(waiting_))] {});
@@ -332,8 +352,9 @@ void Device::open_session() {
         state.secure = false;
     });
     log_.note("session", {{"state", "open"}});
-    if (was_secure)
+    if (was_secure) {
         log_.note("secure", {{"state", "off"}});
+    }
 }
 
 void Device::open_session(const Bytes &key) {
@@ -350,10 +371,12 @@ void Device::close_session() {
     channel_.wipe();
     current_encrypted_ = false;
     board_.change([](Snapshot &state) { state.open = state.secure = false; });
-    if (was_secure)
+    if (was_secure) {
         log_.note("secure", {{"state", "off"}});
-    if (was_open)
+    }
+    if (was_open) {
         log_.note("session", {{"state", "closed"}});
+    }
 }
 
 void Device::show_text(ScreenKind kind, const std::string &text) {
@@ -397,18 +420,22 @@ void Device::set_screen(Screen screen) {
     const bool nothing = screen.lines.empty() && screen.media.empty();
     const bool plain = screen.kind == ScreenKind::text || screen.kind == ScreenKind::prompt ||
                        screen.kind == ScreenKind::media;
-    if (plain && nothing)
+    if (plain && nothing) {
         screen.kind = ScreenKind::blank;
+    }
     static constexpr const char *kind_words[] = {"blank", "text",    "prompt",
                                                  "media", "qr_code", "survey"};
     std::vector<std::pair<std::string, std::string>> fields{
         {"kind", kind_words[static_cast<std::size_t>(screen.kind)]}};
-    for (std::size_t i = 0; i < screen.lines.size(); ++i)
+    for (std::size_t i = 0; i < screen.lines.size(); ++i) {
         fields.emplace_back("line" + std::to_string(i + 1), screen.lines[i]);
-    for (const std::string &name : screen.media)
+    }
+    for (const std::string &name : screen.media) {
         fields.emplace_back("media", name);
-    if (!screen.buttons.empty())
+    }
+    if (!screen.buttons.empty()) {
         fields.emplace_back("buttons", screen.buttons);
+    }
     board_.change([&](Snapshot &state) {
         state.screen = screen.kind;
         state.display = std::move(screen.lines);

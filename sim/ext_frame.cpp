@@ -51,8 +51,9 @@ ExtFrameReader::Result ExtFrameReader::feed(std::uint8_t byte) {
         return take_length();
     case State::data:
         body_.push_back(byte);
-        if (body_.size() == length_)
+        if (body_.size() == length_) {
             state_ = State::end;
+        }
         return Result::more;
     case State::end:
         state_ = State::check;
@@ -66,8 +67,9 @@ ExtFrameReader::Result ExtFrameReader::feed(std::uint8_t byte) {
 }
 
 ExtFrameReader::Result ExtFrameReader::take_length() {
-    if (length_ < overhead || length_ - overhead > max_body)
+    if (length_ < overhead || length_ - overhead > max_body) {
         return finish(false);
+    }
     length_ -= overhead;
     body_.reserve(length_);
     state_ = length_ == 0 ? State::end : State::data;

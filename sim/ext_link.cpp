@@ -6,10 +6,11 @@ namespace sim {
 
 void ExtLink::feed(std::uint8_t byte) {
     const ExtFrameReader::Result result = reader_.feed(byte);
-    if (result == ExtFrameReader::Result::good)
+    if (result == ExtFrameReader::Result::good) {
         take_good_frame();
-    else if (result == ExtFrameReader::Result::bad)
+    } else if (result == ExtFrameReader::Result::bad) {
         transmitter_.refuse(frame_read(FrameKind::bad_command), "check byte");
+    }
 }
 
 void ExtLink::give_up() {
@@ -30,8 +31,9 @@ void ExtLink::take_good_frame() {
     const bool executed = Transmitter::executed_despite(fault);
     log_.add_frame(frame_read(executed ? FrameKind::command : FrameKind::bad_command));
     transmitter_.acknowledge(fault);
-    if (!executed)
+    if (!executed) {
         return;
+    }
     transmitter_.forget();
     log_.note("command", {{"id", id}, {"encrypted", "no"}});
     board_.change([](Snapshot &state) { ++state.commands; });

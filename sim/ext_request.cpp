@@ -5,8 +5,9 @@
 namespace sim {
 
 std::string FieldReader::text(std::size_t size) {
-    if (left() < size)
+    if (left() < size) {
         throw BadField("a field is cut");
+    }
     const std::string taken = to_text(bytes_).substr(next_, size);
     next_ += size;
     return taken;
@@ -14,22 +15,25 @@ std::string FieldReader::text(std::size_t size) {
 
 std::size_t FieldReader::number(std::size_t digits) {
     const auto value = read_decimal(text(digits));
-    if (!value)
+    if (!value) {
         throw BadField("a number has other characters than digits");
+    }
     return *value;
 }
 
 char FieldReader::choice(const std::string &allowed) {
     const char taken = text(1).front();
-    if (allowed.find(taken) == std::string::npos)
+    if (allowed.find(taken) == std::string::npos) {
         throw BadField(std::string("expected one of ") + allowed);
+    }
     return taken;
 }
 
 Bytes FieldReader::hex(std::size_t size) {
     const auto value = from_hex(text(2 * size));
-    if (!value)
+    if (!value) {
         throw BadField("expected hexadecimal digits");
+    }
     return *value;
 }
 
@@ -38,8 +42,9 @@ std::string FieldReader::rest() {
 }
 
 void FieldReader::end() const {
-    if (left() != 0)
+    if (left() != 0) {
         throw BadField("something follows the last field");
+    }
 }
 
 } // namespace sim

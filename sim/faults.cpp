@@ -3,11 +3,13 @@
 namespace sim {
 
 bool Occasions::strike(const std::string &command) {
-    if (!target_.command.empty() && target_.command != command)
+    if (!target_.command.empty() && target_.command != command) {
         return false;
+    }
     ++seen_;
-    if (seen_ < target_.nth)
+    if (seen_ < target_.nth) {
         return false;
+    }
     return target_.times == Target::always || seen_ - target_.nth < target_.times;
 }
 
@@ -75,15 +77,17 @@ const char *stage_word(FaultStage stage) {
 
 const char *action_word(FaultKind kind) {
     for (const FaultWord &word : fault_words()) {
-        if (word.kind == kind)
+        if (word.kind == kind) {
             return word.word;
+        }
     }
     return "";
 }
 
 FaultInjector::FaultInjector(const std::vector<FaultRule> &rules) {
-    for (const FaultRule &rule : rules)
+    for (const FaultRule &rule : rules) {
         arm(rule);
+    }
 }
 
 void FaultInjector::arm(const FaultRule &rule) {
@@ -93,11 +97,13 @@ void FaultInjector::arm(const FaultRule &rule) {
 std::optional<Fault> FaultInjector::strike(FaultStage stage, const std::string &command) {
     std::optional<Fault> struck;
     for (Armed &armed : armed_) {
-        if (armed.stage != stage)
+        if (armed.stage != stage) {
             continue;
+        }
         const bool strikes = armed.occasions.strike(command);
-        if (strikes && !struck)
+        if (strikes && !struck) {
             struck = armed.fault;
+        }
     }
     return struck;
 }

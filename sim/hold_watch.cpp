@@ -22,8 +22,9 @@ std::size_t open_in_process(const std::filesystem::path &process, const std::str
     std::filesystem::directory_iterator entries(process / "fd", error);
     for (; !error && entries != std::filesystem::directory_iterator(); entries.increment(error)) {
         std::error_code vanished;
-        if (std::filesystem::read_symlink(entries->path(), vanished) == path)
+        if (std::filesystem::read_symlink(entries->path(), vanished) == path) {
             ++count;
+        }
     }
     return count;
 }
@@ -36,8 +37,9 @@ bool held_by_a_host(const std::string &path) {
     std::filesystem::directory_iterator entries("/proc", error);
     for (; !error && entries != std::filesystem::directory_iterator(); entries.increment(error)) {
         const std::string name = entries->path().filename().string();
-        if (name.find_first_not_of("0123456789") == std::string::npos)
+        if (name.find_first_not_of("0123456789") == std::string::npos) {
             count += open_in_process(entries->path(), path);
+        }
     }
     return count > 1;
 }
@@ -54,8 +56,9 @@ HoldWatch::HoldWatch(boost::asio::io_context &io, std::string path, int slave_fd
     : path_(std::move(path)), slave_fd_(slave_fd) {
     const int fd = ::inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
     // Watches are a scarce thing of the system. The device does its work without this one.
-    if (fd < 0)
+    if (fd < 0) {
         return;
+    }
     if (::inotify_add_watch(fd, path_.c_str(), IN_CLOSE) < 0) {
         ::close(fd);
         return;
@@ -65,8 +68,9 @@ HoldWatch::HoldWatch(boost::asio::io_context &io, std::string path, int slave_fd
 }
 
 HoldWatch::~HoldWatch() {
-    if (events_ == nullptr)
+    if (events_ == nullptr) {
         return;
+    }
     boost::system::error_code ignored;
     events_->stream.close(ignored);
 }
@@ -77,12 +81,14 @@ void HoldWatch::await_close() {
         [this, weak = std::weak_ptr<Events>(events_),
          kept = events_](const boost::system::error_code &error, std::size_t) mutable {
             kept.reset();
-            if (error || weak.expired())
+            if (error || weak.expired()) {
                 return;
+            }
             int exclusive = 0;
             if (::ioctl(slave_fd_, TIOCGEXCL, &exclusive) == 0 && exclusive != 0 &&
-                !held_by_a_host(path_))
+                !held_by_a_host(path_)) {
                 ::ioctl(slave_fd_, TIOCNXCL);
+            }
             await_close();
         });
 }

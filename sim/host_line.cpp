@@ -12,8 +12,9 @@ HostLine::HostLine(boost::asio::io_context &io, PtyLine &line, AbecsLink &abecs,
 
 void HostLine::receive(const Bytes &bytes) {
     gap_timer_.cancel();
-    for (std::uint8_t byte : bytes)
+    for (std::uint8_t byte : bytes) {
         receive_byte(byte);
+    }
     flush_noise();
     watch_gap();
 }
@@ -27,19 +28,21 @@ void HostLine::reset() {
 }
 
 void HostLine::watch_gap() {
-    if (abecs_.active())
+    if (abecs_.active()) {
         gap_timer_.after(frame_gap_, [this] { abecs_.give_up(); });
-    else if (extension_.active())
+    } else if (extension_.active()) {
         gap_timer_.after(frame_gap_, [this] { extension_.give_up(); });
+    }
 }
 
 void HostLine::receive_byte(std::uint8_t byte) {
-    if (abecs_.active())
+    if (abecs_.active()) {
         abecs_.feed(byte);
-    else if (extension_.active())
+    } else if (extension_.active()) {
         extension_.feed(byte);
-    else
+    } else {
         receive_outside_frames(byte);
+    }
 }
 
 void HostLine::receive_outside_frames(std::uint8_t byte) {
@@ -83,8 +86,9 @@ void HostLine::log_control(std::uint8_t byte, FrameKind kind) {
 }
 
 void HostLine::flush_noise() {
-    if (noise_.empty())
+    if (noise_.empty()) {
         return;
+    }
     log_.add_frame({Direction::from_host, {}, FrameKind::noise, false, {}, noise_});
     noise_.clear();
 }

@@ -24,8 +24,9 @@ Number read_number(const Bytes &bytes) {
 
 Bytes random_bytes(std::size_t count) {
     Bytes bytes(count);
-    if (RAND_bytes(bytes.data(), static_cast<int>(count)) != 1)
+    if (RAND_bytes(bytes.data(), static_cast<int>(count)) != 1) {
         throw std::runtime_error("no random bytes");
+    }
     return bytes;
 }
 
@@ -53,8 +54,9 @@ RsaPublicKey::RsaPublicKey(const Bytes &modulus, const Bytes &exponent)
         n != nullptr && BN_is_odd(n) == 1 && static_cast<std::size_t>(BN_num_bytes(n)) == size_ &&
         numbers_->exponent != nullptr && BN_is_zero(numbers_->exponent.get()) == 0 &&
         BN_MONT_CTX_set(numbers_->montgomery.get(), n, numbers_->context.get()) == 1;
-    if (!usable)
+    if (!usable) {
         throw std::invalid_argument("no usable RSA public key");
+    }
 }
 
 RsaPublicKey::~RsaPublicKey() = default;
@@ -71,20 +73,24 @@ Bytes RsaPublicKey::encrypt(const Bytes &block) const {
                       BN_mod_exp_mont(result.get(), reduced.get(), numbers_->exponent.get(), n,
                                       context, numbers_->montgomery.get()) == 1 &&
                       BN_bn2binpad(result.get(), out.data(), static_cast<int>(out.size())) >= 0;
-    if (!done)
+    if (!done) {
         throw std::runtime_error("RSA failed");
+    }
     return out;
 }
 
 Bytes make_key_block(std::size_t size, const Bytes &key, const KeyBlockShape &shape) {
     const std::size_t fixed = 2 + (shape.separator ? 1 : 0) + key.size();
     Bytes block{shape.head, shape.type};
-    for (std::uint8_t byte : random_bytes(size - fixed))
+    for (std::uint8_t byte : random_bytes(size - fixed)) {
         block.push_back(byte == 0 ? 0xFF : byte);
-    if (shape.separator)
+    }
+    if (shape.separator) {
         block.push_back(0x00);
-    for (std::uint8_t byte : key)
+    }
+    for (std::uint8_t byte : key) {
         block.push_back(byte == 0 && !shape.separator ? 0xFF : byte);
+    }
     return block;
 }
 
@@ -100,8 +106,9 @@ std::optional<Bytes> LeadingByteSearch::search_slice() {
         ++tries_;
         Bytes block = host_key_->encrypt(make_key_block(host_key_->size(), session_key_, shape_));
         const auto end = block.begin() + static_cast<std::ptrdiff_t>(lead_);
-        if (std::all_of(block.begin(), end, [](std::uint8_t byte) { return byte == wanted; }))
+        if (std::all_of(block.begin(), end, [](std::uint8_t byte) { return byte == wanted; })) {
             return block;
+        }
     }
     return std::nullopt;
 }

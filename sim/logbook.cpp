@@ -12,8 +12,9 @@ std::string JournalEntry::field(const std::string &name) const {
 
 void Logbook::add_chunk(Direction direction, const Bytes &bytes) {
     const std::lock_guard lock(mutex_);
-    if (keep_)
+    if (keep_) {
         wire_.chunks.push_back({direction, Clock::now(), bytes});
+    }
 }
 
 void Logbook::add_frame(WireFrame frame) {
@@ -21,12 +22,14 @@ void Logbook::add_frame(WireFrame frame) {
     WireListener listener;
     {
         const std::lock_guard lock(mutex_);
-        if (keep_)
+        if (keep_) {
             wire_.frames.push_back(frame);
+        }
         listener = wire_listener_;
     }
-    if (listener)
+    if (listener) {
         listener(frame);
+    }
 }
 
 void Logbook::note(std::string kind, std::vector<std::pair<std::string, std::string>> fields) {
@@ -34,12 +37,14 @@ void Logbook::note(std::string kind, std::vector<std::pair<std::string, std::str
     JournalListener listener;
     {
         const std::lock_guard lock(mutex_);
-        if (keep_)
+        if (keep_) {
             journal_.push_back(entry);
+        }
         listener = listener_;
     }
-    if (listener)
+    if (listener) {
         listener(entry);
+    }
 }
 
 WireLog Logbook::wire() const {
@@ -51,8 +56,9 @@ Bytes Logbook::host_bytes() const {
     const std::lock_guard lock(mutex_);
     Bytes bytes;
     for (const WireChunk &chunk : wire_.chunks) {
-        if (chunk.direction == Direction::from_host)
+        if (chunk.direction == Direction::from_host) {
             bytes.insert(bytes.end(), chunk.bytes.begin(), chunk.bytes.end());
+        }
     }
     return bytes;
 }
@@ -61,8 +67,9 @@ std::vector<Bytes> Logbook::commands() const {
     const std::lock_guard lock(mutex_);
     std::vector<Bytes> bodies;
     for (const WireFrame &frame : wire_.frames) {
-        if (frame.kind == FrameKind::command)
+        if (frame.kind == FrameKind::command) {
             bodies.push_back(frame.body);
+        }
     }
     return bodies;
 }

@@ -44,8 +44,9 @@ struct Settings {
 
 std::string read_file(const std::string &path) {
     std::ifstream in(path, std::ios::binary);
-    if (!in)
+    if (!in) {
         throw std::runtime_error("cannot read the scenario '" + path + "'");
+    }
     return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
 }
 
@@ -60,8 +61,9 @@ public:
         sigaddset(&set, SIGTERM);
         pthread_sigmask(SIG_BLOCK, &set, nullptr);
         fd_ = signalfd(-1, &set, SFD_CLOEXEC);
-        if (fd_ < 0)
+        if (fd_ < 0) {
             throw std::runtime_error("cannot watch for signals");
+        }
     }
     ~TerminationSignals() { ::close(fd_); }
     TerminationSignals(const TerminationSignals &) = delete;
@@ -76,8 +78,9 @@ private:
 class Flag {
 public:
     Flag() : fd_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
-        if (fd_ < 0)
+        if (fd_ < 0) {
             throw std::runtime_error("cannot make an event descriptor");
+        }
     }
     ~Flag() { ::close(fd_); }
     Flag(const Flag &) = delete;
@@ -98,13 +101,15 @@ public:
     bool read_input() {
         std::array<char, 512> buffer{};
         const ssize_t count = ::read(STDIN_FILENO, buffer.data(), buffer.size());
-        if (count <= 0)
+        if (count <= 0) {
             return false;
+        }
         for (char c : std::string(buffer.data(), static_cast<std::size_t>(count))) {
-            if (c == '\n')
+            if (c == '\n') {
                 obey(std::exchange(line_, {}));
-            else
+            } else {
                 line_.push_back(c);
+            }
         }
         return true;
     }
@@ -129,15 +134,17 @@ private:
     void swipe(const std::string &name) {
         const auto cards = station_.scenario().cards;
         const auto found = cards.find(name);
-        if (found == cards.end())
+        if (found == cards.end()) {
             std::cerr << "no such card: " << name << std::endl;
-        else
+        } else {
             station_.device()->swipe(found->second);
+        }
     }
 
     void press_buttons(const std::string &buttons) {
-        for (char button : buttons)
+        for (char button : buttons) {
             station_.device()->press_button(button);
+        }
     }
 
     bool press(const std::string &word) {
@@ -146,28 +153,30 @@ private:
             return true;
         }
         const auto key = sim::key_of_name(word);
-        if (key)
+        if (key) {
             station_.device()->press_key(*key);
+        }
         return key.has_value();
     }
 
     bool handle(const std::string &word) {
-        if (word == "insert")
+        if (word == "insert") {
             station_.device()->insert_card();
-        else if (word == "remove")
+        } else if (word == "remove") {
             station_.device()->remove_card();
-        else if (word == "tap")
+        } else if (word == "tap") {
             station_.device()->tap_card();
-        else if (word == "hold")
+        } else if (word == "hold") {
             station_.device()->hold_card();
-        else if (word == "take")
+        } else if (word == "take") {
             station_.device()->take_card();
-        else if (word == "unplug")
+        } else if (word == "unplug") {
             station_.device()->unplug();
-        else if (word == "replug")
+        } else if (word == "replug") {
             station_.device()->replug();
-        else
+        } else {
             return false;
+        }
         return true;
     }
 
@@ -185,12 +194,15 @@ void serve(const TerminationSignals &signals, const Flag &finished, Typist *typi
                                    {finished.fd(), POLLIN, 0},
                                    {typist != nullptr ? STDIN_FILENO : -1, POLLIN, 0}}};
     while (true) {
-        if (::poll(watched.data(), watched.size(), -1) < 0)
+        if (::poll(watched.data(), watched.size(), -1) < 0) {
             continue;
-        if (watched[0].revents != 0 || watched[1].revents != 0)
+        }
+        if (watched[0].revents != 0 || watched[1].revents != 0) {
             return;
-        if (watched[2].revents != 0 && !typist->read_input())
+        }
+        if (watched[2].revents != 0 && !typist->read_input()) {
             watched[2].fd = -1;
+        }
     }
 }
 
@@ -201,9 +213,10 @@ std::unique_ptr<sim::web::Server> serve_web(const Settings &settings, sim::web::
     options.address = settings.web_address;
     options.port = settings.web_port.value_or(0);
     auto server = std::make_unique<sim::web::Server>(station, feed, options);
-    if (!server->local())
+    if (!server->local()) {
         std::cerr << "warning: whoever reaches " << settings.web_address << " port "
                   << server->port() << " can see and use this PIN pad" << std::endl;
+    }
     std::cerr << "open " << server->url() << std::endl;
     return server;
 }
@@ -219,27 +232,33 @@ void run(const Settings &settings) {
     sim::web::Station station(
         text, settings.options,
         [&](const sim::JournalEntry &entry) {
-            if (!settings.quiet)
+            if (!settings.quiet) {
                 console.entry(entry);
-            if (settings.once && session_was_closed(entry))
+            }
+            if (settings.once && session_was_closed(entry)) {
                 finished.raise();
+            }
             feed.touch();
         },
         [&](const sim::WireFrame &frame) {
-            if (settings.wire)
+            if (settings.wire) {
                 console.frame(frame);
+            }
             feed.add(frame);
         });
     std::unique_ptr<sim::web::Server> server;
-    if (settings.web_port)
+    if (settings.web_port) {
         server = serve_web(settings, station, feed);
+    }
     console.open(station.device()->port());
     std::optional<Typist> typist;
-    if (settings.type)
+    if (settings.type) {
         typist.emplace(station);
+    }
     serve(signals, finished, typist ? &*typist : nullptr);
-    if (settings.once)
+    if (settings.once) {
         station.device()->wait_drained(std::chrono::seconds(2));
+    }
 }
 
 } // namespace

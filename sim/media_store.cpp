@@ -23,8 +23,9 @@ void MediaStore::begin(const std::string &name, std::uint32_t size, std::uint16_
 }
 
 void MediaStore::append(const Bytes &record) {
-    if (!load_)
+    if (!load_) {
         throw Refusal(status::invalid_call);
+    }
     Bytes &content = load_->file.content;
     if (content.size() + record.size() > load_->size) {
         give_up();
@@ -34,22 +35,26 @@ void MediaStore::append(const Bytes &record) {
 }
 
 MediaFile MediaStore::finish() {
-    if (!load_)
+    if (!load_) {
         throw Refusal(status::invalid_call);
+    }
     const Load load = std::move(*load_);
     give_up();
     const MediaFile &file = load.file;
-    if (file.content.size() != load.size)
+    if (file.content.size() != load.size) {
         throw Refusal(status::media_bad_format);
-    if (crc16(file.content) != file.crc)
+    }
+    if (crc16(file.content) != file.crc) {
         throw Refusal(status::media_corrupted);
+    }
     const auto same_name = std::find_if(files_.begin(), files_.end(), [&](const MediaFile &kept) {
         return kept.name == file.name;
     });
-    if (same_name == files_.end())
+    if (same_name == files_.end()) {
         files_.push_back(file);
-    else
+    } else {
         *same_name = file;
+    }
     return file;
 }
 

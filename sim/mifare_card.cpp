@@ -121,11 +121,13 @@ Block value_block(std::int32_t value, std::uint8_t address) {
 
 std::optional<std::int32_t> value_in(const Block &block) {
     std::uint32_t number = 0;
-    for (std::size_t i = 0; i < 4; ++i)
+    for (std::size_t i = 0; i < 4; ++i) {
         number |= static_cast<std::uint32_t>(block.at(i)) << (8 * i);
+    }
     const auto value = static_cast<std::int32_t>(number);
-    if (block != value_block(value, block.at(12)))
+    if (block != value_block(value, block.at(12))) {
         return std::nullopt;
+    }
     return value;
 }
 
@@ -144,8 +146,9 @@ std::optional<AccessNibbles> nibbles_in(const Block &trailer) {
     const unsigned c3 = third >> 4;
     const bool agree =
         (first & 0xF) == (c1 ^ 0xF) && first >> 4 == (c2 ^ 0xF) && (second & 0xF) == (c3 ^ 0xF);
-    if (!agree)
+    if (!agree) {
         return std::nullopt;
+    }
     return AccessNibbles{static_cast<std::uint8_t>(c1), static_cast<std::uint8_t>(c2),
                          static_cast<std::uint8_t>(c3)};
 }
@@ -182,8 +185,9 @@ void put_key(Block &trailer, MifareCard::KeyKind kind, const MifareCard::Key &ke
 MifareCard::MifareCard(const Uid &uid) : uid_(uid) {
     std::copy(uid.begin(), uid.end(), blocks_.front().begin());
     std::uint8_t check = 0;
-    for (std::uint8_t byte : uid)
+    for (std::uint8_t byte : uid) {
         check ^= byte;
+    }
     blocks_.front().at(uid_size) = check;
     Key factory_key;
     factory_key.fill(0xFF);
@@ -210,8 +214,9 @@ void MifareCard::set_access(std::size_t block, Access access) {
 
 std::optional<MifareCard::Access> MifareCard::access(std::size_t block) const {
     const auto nibbles = nibbles_in(blocks_.at(trailer_of(block)));
-    if (!nibbles)
+    if (!nibbles) {
         return std::nullopt;
+    }
     const std::size_t index = block % blocks_per_sector;
     return Access{(nibbles->c1 >> index & 1) != 0, (nibbles->c2 >> index & 1) != 0,
                   (nibbles->c3 >> index & 1) != 0};
@@ -235,20 +240,24 @@ bool MifareCard::key_b_is_readable(std::size_t sector) const {
 
 Result MifareCard::authenticate(std::size_t block, KeyKind kind, const Key &tried) {
     proved_.reset();
-    if (tried != key(sector_of(block), kind))
+    if (tried != key(sector_of(block), kind)) {
         return Result::wrong_key;
+    }
     proved_ = {sector_of(block), kind};
     return Result::ok;
 }
 
 Result MifareCard::permit(std::size_t block, std::uint8_t (*who)(std::uint8_t bits)) const {
-    if (!proved_ || proved_->sector != sector_of(block))
+    if (!proved_ || proved_->sector != sector_of(block)) {
         return Result::not_authenticated;
-    if (!access(block))
+    }
+    if (!access(block)) {
         return Result::denied;
+    }
     // A key B that can be read is data, and opens nothing.
-    if (proved_->kind == KeyKind::b && key_b_is_readable(proved_->sector))
+    if (proved_->kind == KeyKind::b && key_b_is_readable(proved_->sector)) {
         return Result::denied;
+    }
     const std::uint8_t holder = proved_->kind == KeyKind::a ? a : b;
     return (who(bits(block)) & holder) != 0 ? Result::ok : Result::denied;
 }
@@ -256,13 +265,15 @@ Result MifareCard::permit(std::size_t block, std::uint8_t (*who)(std::uint8_t bi
 Result MifareCard::read(std::size_t block, Block &content) const {
     const bool trailer = is_trailer(block);
     const Result allowed = permit(block, trailer ? may_read_access : may_read);
-    if (allowed != Result::ok)
+    if (allowed != Result::ok) {
         return allowed;
+    }
     content = blocks_.at(block);
     if (trailer) {
         blank_part(content, key_at(KeyKind::a), key_size);
-        if (permit(block, may_read_b) != Result::ok)
+        if (permit(block, may_read_b) != Result::ok) {
             blank_part(content, key_at(KeyKind::b), key_size);
+        }
     }
     return Result::ok;
 }
@@ -275,38 +286,45 @@ Result MifareCard::may_write(std::size_t block) const {
     Result allowed = Result::denied;
     for (const auto who : {may_write_a, may_write_access, may_write_b}) {
         allowed = permit(block, who);
-        if (allowed == Result::ok)
+        if (allowed == Result::ok) {
             break;
+        }
     }
     return allowed;
 }
 
 Result MifareCard::write(std::size_t block, const Block &content) {
     const Result allowed = may_write(block);
-    if (allowed != Result::ok)
+    if (allowed != Result::ok) {
         return allowed;
+    }
     if (!is_trailer(block)) {
         blocks_.at(block) = content;
         return Result::ok;
     }
     Block changed = blocks_.at(block);
-    if (permit(block, may_write_a) == Result::ok)
+    if (permit(block, may_write_a) == Result::ok) {
         copy_part(content, changed, key_at(KeyKind::a), key_size);
-    if (permit(block, may_write_access) == Result::ok)
+    }
+    if (permit(block, may_write_access) == Result::ok) {
         copy_part(content, changed, access_at, access_size + 1);
-    if (permit(block, may_write_b) == Result::ok)
+    }
+    if (permit(block, may_write_b) == Result::ok) {
         copy_part(content, changed, key_at(KeyKind::b), key_size);
+    }
     blocks_.at(block) = changed;
     return Result::ok;
 }
 
 Result MifareCard::read_value(std::size_t block, std::int32_t &value) const {
     const Result allowed = permit(block, may_read);
-    if (allowed != Result::ok)
+    if (allowed != Result::ok) {
         return allowed;
+    }
     const auto found = is_trailer(block) ? std::nullopt : value_in(blocks_.at(block));
-    if (!found)
+    if (!found) {
         return Result::not_a_value;
+    }
     value = *found;
     return Result::ok;
 }
@@ -334,18 +352,22 @@ Result MifareCard::copy(std::size_t origin, std::size_t destination, std::int32_
 Result MifareCard::move_value(std::size_t origin, std::size_t destination, std::int64_t change,
                               std::uint8_t (*who)(std::uint8_t bits), std::int32_t &value) {
     for (const Result allowed : {permit(origin, who), permit(destination, may_decrement)}) {
-        if (allowed != Result::ok)
+        if (allowed != Result::ok) {
             return allowed;
+        }
     }
     const auto found = is_trailer(origin) ? std::nullopt : value_in(blocks_.at(origin));
-    if (!found)
+    if (!found) {
         return Result::not_a_value;
-    if (is_trailer(destination) || destination == 0)
+    }
+    if (is_trailer(destination) || destination == 0) {
         return Result::denied;
+    }
     const std::int64_t sum = *found + change;
     if (sum < std::numeric_limits<std::int32_t>::min() ||
-        sum > std::numeric_limits<std::int32_t>::max())
+        sum > std::numeric_limits<std::int32_t>::max()) {
         return Result::overflow;
+    }
     value = static_cast<std::int32_t>(sum);
     // The number of the block travels with its value.
     blocks_.at(destination) = value_block(value, blocks_.at(origin).at(12));
@@ -354,8 +376,9 @@ Result MifareCard::move_value(std::size_t origin, std::size_t destination, std::
 
 Result MifareCard::read_access(std::size_t block, Access &found) const {
     const Result allowed = permit(trailer_of(block), may_read_access);
-    if (allowed == Result::ok)
+    if (allowed == Result::ok) {
         found = *access(block);
+    }
     return allowed;
 }
 
@@ -363,8 +386,9 @@ Result MifareCard::configure(std::size_t block, const Key &key_a, const Key &key
     const std::size_t trailer = trailer_of(block);
     for (const auto who : {may_write_a, may_write_b, may_write_access}) {
         const Result allowed = permit(trailer, who);
-        if (allowed != Result::ok)
+        if (allowed != Result::ok) {
             return allowed;
+        }
     }
     put_key(blocks_.at(trailer), KeyKind::a, key_a);
     put_key(blocks_.at(trailer), KeyKind::b, key_b);
@@ -376,8 +400,9 @@ Result MifareCard::change_keys(std::size_t block, const Key &key_a, const Key &k
     const std::size_t trailer = trailer_of(block);
     for (const auto who : {may_write_a, may_write_b}) {
         const Result allowed = permit(trailer, who);
-        if (allowed != Result::ok)
+        if (allowed != Result::ok) {
             return allowed;
+        }
     }
     put_key(blocks_.at(trailer), KeyKind::a, key_a);
     put_key(blocks_.at(trailer), KeyKind::b, key_b);

@@ -31,8 +31,9 @@ public:
     FileDescriptor &operator=(const FileDescriptor &) = delete;
     int get() const { return fd_; }
     void reset() {
-        if (fd_ >= 0)
+        if (fd_ >= 0) {
             ::close(release());
+        }
     }
     int release() { return std::exchange(fd_, -1); }
 
@@ -41,8 +42,9 @@ private:
 };
 
 void check(bool ok, const char *what) {
-    if (!ok)
+    if (!ok) {
         throw std::system_error(errno, std::generic_category(), what);
+    }
 }
 
 void make_raw(int fd) {
@@ -78,8 +80,9 @@ void PtyLine::set_handlers(OnBytes on_bytes, OnUnplugged on_unplugged) {
 }
 
 void PtyLine::plug() {
-    if (plugged())
+    if (plugged()) {
         return;
+    }
     FileDescriptor master(::posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC));
     check(master.get() >= 0, "cannot open a pseudo terminal");
     check(::grantpt(master.get()) == 0, "cannot grant the pseudo terminal");
@@ -97,8 +100,9 @@ void PtyLine::plug() {
 }
 
 void PtyLine::unplug() {
-    if (!plugged())
+    if (!plugged()) {
         return;
+    }
     queue_.clear();
     queue_timer_.cancel();
     receive_timer_.cancel();
@@ -119,22 +123,25 @@ std::string PtyLine::path() const {
 }
 
 void PtyLine::send(Bytes bytes) {
-    if (!plugged() || bytes.empty())
+    if (!plugged() || bytes.empty()) {
         return;
+    }
     queue_.emplace_back(std::move(bytes));
     run_queue();
 }
 
 void PtyLine::pause(std::chrono::milliseconds duration) {
-    if (!plugged())
+    if (!plugged()) {
         return;
+    }
     queue_.emplace_back(Pause{duration});
     run_queue();
 }
 
 void PtyLine::unplug_here() {
-    if (!plugged())
+    if (!plugged()) {
         return;
+    }
     queue_.emplace_back(Unplug{});
     run_queue();
 }
@@ -147,8 +154,9 @@ void PtyLine::drop_unsent() {
 }
 
 bool PtyLine::drained() const {
-    if (!plugged())
+    if (!plugged()) {
         return true;
+    }
     int unread = 0;
     return queue_.empty() && ::ioctl(connection_->slave.get(), FIONREAD, &unread) == 0 &&
            unread == 0;
@@ -159,16 +167,18 @@ void PtyLine::start_reading() {
     connection->master.async_read_some(
         boost::asio::buffer(connection->buffer),
         [this, connection](const boost::system::error_code &error, std::size_t count) {
-            if (error == boost::asio::error::operation_aborted || connection != connection_)
+            if (error == boost::asio::error::operation_aborted || connection != connection_) {
                 return;
+            }
             if (error) {
                 lose_line(error.message());
                 return;
             }
             take_received(Bytes(connection->buffer.begin(),
                                 connection->buffer.begin() + static_cast<std::ptrdiff_t>(count)));
-            if (connection == connection_)
+            if (connection == connection_) {
                 start_reading();
+            }
         });
 }
 
@@ -193,10 +203,11 @@ void PtyLine::deliver_paced() {
         in_free_ += byte_time;
     }
     received_.erase(received_.begin(), received_.begin() + static_cast<std::ptrdiff_t>(due.size()));
-    if (received_.empty())
+    if (received_.empty()) {
         in_free_ -= byte_time;
-    else
+    } else {
         receive_timer_.after(in_free_ - Clock::now(), [this] { deliver_paced(); });
+    }
     if (!due.empty()) {
         log_.add_chunk(Direction::from_host, due);
         on_bytes_(due);
@@ -207,14 +218,16 @@ void PtyLine::run_queue() {
     while (!waiting_ && !queue_.empty()) {
         Item &item = queue_.front();
         bool done = false;
-        if (auto *bytes = std::get_if<Bytes>(&item))
+        if (auto *bytes = std::get_if<Bytes>(&item)) {
             done = write_item(*bytes);
-        else if (auto *wait = std::get_if<Pause>(&item))
+        } else if (auto *wait = std::get_if<Pause>(&item)) {
             done = pause_item(*wait);
-        else
+        } else {
             done = unplug_item();
-        if (done)
+        }
+        if (done) {
             queue_.pop_front();
+        }
     }
 }
 
@@ -232,8 +245,9 @@ bool PtyLine::write_item(Bytes &bytes) {
         waiting_ = true;
         connection_->master.async_wait(boost::asio::posix::stream_descriptor::wait_write,
                                        [this, epoch = epoch_](const boost::system::error_code &) {
-                                           if (epoch != epoch_)
+                                           if (epoch != epoch_) {
                                                return;
+                                           }
                                            waiting_ = false;
                                            run_queue();
                                        });
@@ -251,8 +265,9 @@ bool PtyLine::write_item(Bytes &bytes) {
 }
 
 bool PtyLine::pause_item(Pause &pause) {
-    if (pause.over)
+    if (pause.over) {
         return true;
+    }
     pause.over = true;
     resume_after(pause.duration);
     return false;

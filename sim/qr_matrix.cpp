@@ -18,19 +18,23 @@ Code encode(const std::string &text, QRecLevel level) {
 } // namespace
 
 std::vector<std::string> qr_matrix(const std::string &text) {
-    if (text.empty())
+    if (text.empty()) {
         return {};
+    }
     Code code = encode(text, QR_ECLEVEL_M);
-    if (code == nullptr)
+    if (code == nullptr) {
         code = encode(text, QR_ECLEVEL_L);
-    if (code == nullptr)
+    }
+    if (code == nullptr) {
         return {};
+    }
     const auto side = static_cast<std::size_t>(code->width);
     std::vector<std::string> rows(side, std::string(side, '0'));
     for (std::size_t y = 0; y < side; ++y) {
         for (std::size_t x = 0; x < side; ++x) {
-            if ((code->data[y * side + x] & 1) != 0)
+            if ((code->data[y * side + x] & 1) != 0) {
                 rows[y][x] = '1';
+            }
         }
     }
     return rows;

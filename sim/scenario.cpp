@@ -102,8 +102,9 @@ struct OccasionWords {
 
 unsigned positive_count(ScenarioLine &line, const std::string &expected) {
     const std::size_t count = line.number_up_to(max_count, expected);
-    if (count == 0)
+    if (count == 0) {
         line.reject("expected " + expected + " from 1 on, found 0");
+    }
     return static_cast<unsigned>(count);
 }
 
@@ -127,23 +128,26 @@ void accept_occasions(ScenarioLine &line, Target &target, OccasionWords &given) 
 
 // Replies are changed for good when the rule does not name its occasions.
 void default_to_always(Target &target, const OccasionWords &given) {
-    if (!given.nth && !given.times)
+    if (!given.nth && !given.times) {
         target.times = Target::always;
+    }
 }
 
 Bytes filler(std::size_t size) {
     Bytes content(size);
-    for (std::size_t i = 0; i < size; ++i)
+    for (std::size_t i = 0; i < size; ++i) {
         content[i] = static_cast<std::uint8_t>(i & 0xFF);
+    }
     return content;
 }
 
 template <std::size_t size>
 std::array<std::uint8_t, size> fixed_bytes(ScenarioLine &line, const std::string &what) {
     const Bytes bytes = line.hex(what);
-    if (bytes.size() != size)
+    if (bytes.size() != size) {
         line.reject("expected " + what + " of " + std::to_string(size) + " bytes, found " +
                     std::to_string(bytes.size()));
+    }
     std::array<std::uint8_t, size> fixed{};
     std::copy(bytes.begin(), bytes.end(), fixed.begin());
     return fixed;
@@ -156,16 +160,19 @@ std::size_t card_block_number(ScenarioLine &line) {
 // key A|B SECTOR|* HEX
 void card_key(ScenarioLine &line, MifareCard &card) {
     const bool a = line.accept("A");
-    if (!a && !line.accept("B"))
+    if (!a && !line.accept("B")) {
         line.fail("A or B");
+    }
     const MifareCard::KeyKind kind = a ? MifareCard::KeyKind::a : MifareCard::KeyKind::b;
     std::size_t first = 0;
     std::size_t last = MifareCard::sector_count - 1;
-    if (!line.accept("*"))
+    if (!line.accept("*")) {
         first = last = line.number_up_to(MifareCard::sector_count - 1, "a sector or *");
+    }
     const auto key = fixed_bytes<MifareCard::key_size>(line, "a key");
-    for (std::size_t sector = first; sector <= last; ++sector)
+    for (std::size_t sector = first; sector <= last; ++sector) {
         card.set_key(sector, kind, key);
+    }
 }
 
 void card_block(ScenarioLine &line, MifareCard &card) {
@@ -178,16 +185,18 @@ void card_value(ScenarioLine &line, MifareCard &card) {
     const std::string text = line.word("a value");
     std::int32_t value = 0;
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-    if (error != std::errc() || end != text.data() + text.size())
+    if (error != std::errc() || end != text.data() + text.size()) {
         line.reject("expected a value, found '" + text + "'");
+    }
     card.set_value(block, value);
 }
 
 void card_access(ScenarioLine &line, MifareCard &card) {
     const std::size_t block = card_block_number(line);
     const std::string flags = line.word("three access bits");
-    if (flags.size() != 3 || flags.find_first_not_of("01") != std::string::npos)
+    if (flags.size() != 3 || flags.find_first_not_of("01") != std::string::npos) {
         line.reject("expected three access bits, found '" + flags + "'");
+    }
     card.set_access(block, {flags[0] == '1', flags[1] == '1', flags[2] == '1'});
 }
 
@@ -195,12 +204,15 @@ void card_access(ScenarioLine &line, MifareCard &card) {
 // parameters, and for some of them no status.
 void check_reply(ScenarioLine &line, const ReplyRule &rule) {
     const std::string &id = rule.target.command;
-    if (!is_ext_id(id))
+    if (!is_ext_id(id)) {
         return;
-    if (!rule.change.omit.empty() || !rule.change.add.empty())
+    }
+    if (!rule.change.omit.empty() || !rule.change.add.empty()) {
         line.reject("the answer to " + id + " has no parameters");
-    if (rule.change.status && id.rfind("MF", 0) != 0)
+    }
+    if (rule.change.status && id.rfind("MF", 0) != 0) {
         line.reject("the answer to " + id + " has no status");
+    }
 }
 
 const std::map<std::string, ScenarioParser::Directive> &ScenarioParser::directives() {
@@ -233,19 +245,22 @@ Scenario ScenarioParser::parse(const std::string &text) {
     std::string content;
     for (std::size_t number = 1; std::getline(in, content); ++number) {
         ScenarioLine line(number, content);
-        if (line.done())
+        if (line.done()) {
             continue;
+        }
         const auto found = directives().find(line.peek());
-        if (found == directives().end())
+        if (found == directives().end()) {
             line.fail("a directive");
+        }
         line.word("a directive");
         (this->*found->second)(line);
         line.end();
     }
     apply_typing(scenario_.captures);
     for (ScriptBook *book :
-         {&scenario_.events, &scenario_.qr_codes, &scenario_.surveys, &scenario_.cx_surveys})
+         {&scenario_.events, &scenario_.qr_codes, &scenario_.surveys, &scenario_.cx_surveys}) {
         apply_typing(*book);
+    }
     return scenario_;
 }
 
@@ -253,8 +268,9 @@ void ScenarioParser::display(ScenarioLine &line) {
     constexpr std::size_t limit = 200;
     scenario_.columns = line.number_up_to(limit, "columns");
     scenario_.rows = line.number_up_to(limit, "rows");
-    if (scenario_.columns == 0 || scenario_.rows == 0)
+    if (scenario_.columns == 0 || scenario_.rows == 0) {
         line.reject("a display has at least one column and one row");
+    }
 }
 
 void ScenarioParser::prompt(ScenarioLine &line) {
@@ -267,18 +283,21 @@ void ScenarioParser::media(ScenarioLine &line) {
     constexpr std::size_t max_size = 16777216;
     MediaFile file;
     file.name = line.word("a media name");
-    if (file.name.size() > max_name)
+    if (file.name.size() > max_name) {
         line.reject("a media name has at most 8 characters: '" + file.name + "'");
-    if (line.accept("size"))
+    }
+    if (line.accept("size")) {
         file.content = filler(line.number_up_to(max_size, "a size"));
-    else if (line.accept("hex"))
+    } else if (line.accept("hex")) {
         file.content = line.hex("the content");
-    else if (line.accept("text"))
+    } else if (line.accept("text")) {
         file.content = to_bytes(line.quoted("the content"));
-    else
+    } else {
         line.fail("text, hex or size");
-    if (line.accept("type"))
+    }
+    if (line.accept("type")) {
         file.type = static_cast<std::uint8_t>(line.number_up_to(255, "a media type"));
+    }
     file.crc = crc16(file.content);
     scenario_.media.push_back(file);
 }
@@ -287,14 +306,15 @@ void ScenarioParser::card(ScenarioLine &line) {
     const std::string name = line.word("a card name");
     Card card;
     while (!line.done()) {
-        if (line.accept("track1"))
+        if (line.accept("track1")) {
             card.track1 = line.quoted("track 1");
-        else if (line.accept("track2"))
+        } else if (line.accept("track2")) {
             card.track2 = line.quoted("track 2");
-        else if (line.accept("track3"))
+        } else if (line.accept("track3")) {
             card.track3 = line.quoted("track 3");
-        else
+        } else {
             line.fail("track1, track2 or track3");
+        }
     }
     scenario_.cards[name] = card;
 }
@@ -302,8 +322,9 @@ void ScenarioParser::card(ScenarioLine &line) {
 void ScenarioParser::session_key(ScenarioLine &line) {
     constexpr std::size_t key_size = 16;
     Bytes key = line.hex("a key of 16 bytes");
-    if (key.size() != key_size)
+    if (key.size() != key_size) {
         line.reject("expected a key of 16 bytes, found " + std::to_string(key.size()));
+    }
     scenario_.session_key = std::move(key);
 }
 
@@ -335,10 +356,12 @@ void ScenarioParser::book_script(ScenarioLine &line, ScriptBook &book, unsigned 
                                  void (ScenarioParser::*step)(ScenarioLine &, Script &)) {
     const bool any = line.accept("*");
     unsigned occasion = last + 1;
-    if (!any && read_decimal(line.peek()))
+    if (!any && read_decimal(line.peek())) {
         occasion = positive_count(line, "an occasion");
-    if (line.done())
+    }
+    if (line.done()) {
         line.fail("a step");
+    }
     Script script;
     while (!line.done()) {
         const bool ended =
@@ -346,18 +369,21 @@ void ScenarioParser::book_script(ScenarioLine &line, ScriptBook &book, unsigned 
             (script.back().kind == Step::Kind::live || script.back().kind == Step::Kind::timeout ||
              script.back().kind == Step::Kind::event || script.back().kind == Step::Kind::swipe ||
              script.back().kind == Step::Kind::answer);
-        if (ended)
+        if (ended) {
             line.fail("the end of the line, because nothing can follow the last step");
+        }
         (this->*step)(line, script);
     }
     if (any) {
-        if (book.any)
+        if (book.any) {
             line.reject("there is a line for * already");
+        }
         book.any = std::move(script);
         return;
     }
-    if (!book.numbered.emplace(occasion, std::move(script)).second)
+    if (!book.numbered.emplace(occasion, std::move(script)).second) {
         line.reject("there is a line for occasion " + std::to_string(occasion) + " already");
+    }
     last = occasion;
 }
 
@@ -381,8 +407,9 @@ bool ScenarioParser::common_step(ScenarioLine &line, Script &script) {
 }
 
 void ScenarioParser::capture_step(ScenarioLine &line, Script &script) {
-    if (common_step(line, script))
+    if (common_step(line, script)) {
         return;
+    }
     if (line.accept("keys")) {
         typed_keys(line, script);
         return;
@@ -394,8 +421,9 @@ void ScenarioParser::key_step(ScenarioLine &line, Script &script, const std::str
     const auto key = key_of_name(line.peek());
     const bool usable = key && (*key == Key::enter || *key == Key::cancel || *key == Key::clear ||
                                 *key == Key::backspace);
-    if (!usable)
+    if (!usable) {
         line.fail(expected);
+    }
     line.word("a key");
     script.push_back(simple_step(Step::Kind::key));
     script.back().key = *key;
@@ -407,12 +435,14 @@ void ScenarioParser::typed_keys(ScenarioLine &line, Script &script) {
     const bool all_digits =
         !digits.empty() &&
         std::all_of(digits.begin(), digits.end(), [](char c) { return c >= '0' && c <= '9'; });
-    if (!all_digits)
+    if (!all_digits) {
         line.fail("digits");
+    }
     line.word("digits");
     std::optional<std::chrono::milliseconds> delay;
-    if (line.accept("every"))
+    if (line.accept("every")) {
         delay = line.duration();
+    }
     for (char digit : digits) {
         script.push_back(simple_step(Step::Kind::digit, std::string(1, digit)));
         script.back().delay = delay;
@@ -425,22 +455,25 @@ void ScenarioParser::event_step(ScenarioLine &line, Script &script) {
     static const std::map<std::string, std::string> key_events{
         {"enter", "00"}, {"up", "02"}, {"down", "03"},  {"f1", "04"},    {"f2", "05"},
         {"f3", "06"},    {"f4", "07"}, {"clear", "08"}, {"cancel", "13"}};
-    if (common_step(line, script))
+    if (common_step(line, script)) {
         return;
+    }
     if (line.accept("swipe")) {
         swipe_step(line, script);
     } else if (line.accept("code")) {
         script.push_back(simple_step(Step::Kind::event, line.quoted("the event code")));
     } else if (line.accept("key")) {
         const auto found = key_events.find(line.peek());
-        if (found == key_events.end())
+        if (found == key_events.end()) {
             line.fail("a key that has an event");
+        }
         line.word("a key");
         script.push_back(simple_step(Step::Kind::event, found->second));
     } else {
         const auto found = plain_events.find(line.peek());
-        if (found == plain_events.end())
+        if (found == plain_events.end()) {
             line.fail("a step of an event check");
+        }
         line.word("an event");
         script.push_back(simple_step(Step::Kind::event, found->second));
     }
@@ -448,8 +481,9 @@ void ScenarioParser::event_step(ScenarioLine &line, Script &script) {
 
 void ScenarioParser::swipe_step(ScenarioLine &line, Script &script) {
     const auto found = scenario_.cards.find(line.peek());
-    if (found == scenario_.cards.end())
+    if (found == scenario_.cards.end()) {
         line.fail("the name of a card of an earlier line");
+    }
     line.word("a card");
     script.push_back(simple_step(Step::Kind::swipe, "90"));
     script.back().card = found->second;
@@ -483,8 +517,9 @@ void ScenarioParser::screen_step(ScenarioLine &line, Script &script) {
         script.back().bytes = line.text_or_hex("an answer");
     } else if (line.accept("press")) {
         const std::string buttons = line.peek();
-        if (buttons.empty() || buttons.find_first_not_of("0123456789ABC") != std::string::npos)
+        if (buttons.empty() || buttons.find_first_not_of("0123456789ABC") != std::string::npos) {
             line.fail("buttons (0 to 9, A to C)");
+        }
         for (char button : line.word("the buttons")) {
             script.push_back(simple_step(Step::Kind::button, std::string(1, button)));
             script.back().delay.reset();
@@ -497,25 +532,28 @@ void ScenarioParser::screen_step(ScenarioLine &line, Script &script) {
 void ScenarioParser::mifare(ScenarioLine &line) {
     MifareCard &card = scenario_.contactless_card;
     scenario_.card_held = !line.accept("away");
-    if (!scenario_.card_held)
+    if (!scenario_.card_held) {
         return;
-    if (line.done())
+    }
+    if (line.done()) {
         line.fail("what the contactless card is like");
+    }
     while (!line.done()) {
-        if (line.accept("uid"))
+        if (line.accept("uid")) {
             card = MifareCard(fixed_bytes<MifareCard::uid_size>(line, "a card number"));
-        else if (line.accept("key"))
+        } else if (line.accept("key")) {
             card_key(line, card);
-        else if (line.accept("block"))
+        } else if (line.accept("block")) {
             card_block(line, card);
-        else if (line.accept("value"))
+        } else if (line.accept("value")) {
             card_value(line, card);
-        else if (line.accept("access"))
+        } else if (line.accept("access")) {
             card_access(line, card);
-        else if (line.accept("missed"))
+        } else if (line.accept("missed")) {
             scenario_.missed_activations = positive_count(line, "a count");
-        else
+        } else {
             line.fail("uid, key, block, value, access, missed or away");
+        }
     }
 }
 
@@ -526,8 +564,9 @@ void ScenarioParser::binary_status(ScenarioLine &) {
 Target ScenarioParser::reply_target(ScenarioLine &line) {
     Target target;
     if (!line.accept("any")) {
-        if (!is_command_id(line.peek()))
+        if (!is_command_id(line.peek())) {
             line.fail("a command identifier or any");
+        }
         target.command = line.word("a command");
     }
     return target;
@@ -549,8 +588,9 @@ void ScenarioParser::reply(ScenarioLine &line) {
     rule.target = reply_target(line);
     OccasionWords given;
     accept_occasions(line, rule.target, given);
-    if (line.done())
+    if (line.done()) {
         line.fail("a change of the reply");
+    }
     while (!line.done()) {
         reply_change(line, rule.target.command, rule.change);
         accept_occasions(line, rule.target, given);
@@ -566,10 +606,12 @@ void ScenarioParser::reply_change(ScenarioLine &line, const std::string &command
         change.status = status_digits(line);
     } else if (line.accept("id")) {
         const std::string id = line.word("an identifier");
-        if (is_ext_id(command) && !is_ext_id(id))
+        if (is_ext_id(command) && !is_ext_id(id)) {
             line.reject("an identifier has four characters: '" + id + "'");
-        if (!is_ext_id(command) && id.size() != 3)
+        }
+        if (!is_ext_id(command) && id.size() != 3) {
             line.reject("an identifier has three characters: '" + id + "'");
+        }
         change.id = id;
     } else if (line.accept("err")) {
         change.id = "ERR";
@@ -593,8 +635,9 @@ FaultStage ScenarioParser::stage(ScenarioLine &line) {
     constexpr FaultStage stages[] = {FaultStage::ack, FaultStage::response, FaultStage::secure,
                                      FaultStage::opn, FaultStage::can};
     for (FaultStage candidate : stages) {
-        if (line.accept(stage_word(candidate)))
+        if (line.accept(stage_word(candidate))) {
             return candidate;
+        }
     }
     line.fail("ack, response, secure, opn or can");
 }
@@ -605,21 +648,26 @@ Fault ScenarioParser::fault_action(ScenarioLine &line, FaultStage stage) {
     const auto word = std::find_if(words.begin(), words.end(), [&](const FaultWord &entry) {
         return entry.stage == stage && line.peek() == entry.word;
     });
-    if (word == words.end())
+    if (word == words.end()) {
         line.fail(std::string("an action of ") + stage_word(stage));
+    }
     line.word("an action");
     Fault fault;
     fault.kind = word->kind;
     const bool numbered =
         word->argument == Argument::number || word->argument == Argument::number_duration;
-    if (numbered)
+    if (numbered) {
         fault.number = line.number_up_to(max_u16, "a number");
-    if (word->argument == Argument::byte)
+    }
+    if (word->argument == Argument::byte) {
         fault.number = line.hex_byte();
-    if (word->argument == Argument::hex)
+    }
+    if (word->argument == Argument::hex) {
         fault.bytes = line.hex("bytes");
-    if (word->argument == Argument::duration || word->argument == Argument::number_duration)
+    }
+    if (word->argument == Argument::duration || word->argument == Argument::number_duration) {
         fault.duration = line.duration();
+    }
     return fault;
 }
 
@@ -627,43 +675,51 @@ void ScenarioParser::fault(ScenarioLine &line) {
     FaultRule rule;
     rule.stage = stage(line);
     const bool by_command = rule.stage != FaultStage::opn && rule.stage != FaultStage::can;
-    if (by_command && is_command_id(line.peek()))
+    if (by_command && is_command_id(line.peek())) {
         rule.target.command = line.word("a command");
+    }
     OccasionWords given;
     accept_occasions(line, rule.target, given);
     rule.fault = fault_action(line, rule.stage);
     accept_occasions(line, rule.target, given);
     const std::size_t number = rule.fault.number;
-    if (rule.fault.kind == FaultKind::opn_lead_30 && number != 1 && number != 2)
+    if (rule.fault.kind == FaultKind::opn_lead_30 && number != 1 && number != 2) {
         line.reject("expected 1 or 2 leading bytes, found " + std::to_string(number));
+    }
     const bool three_digits =
         rule.fault.kind == FaultKind::opn_len1 || rule.fault.kind == FaultKind::opn_crkslen;
-    if (three_digits && number > 999)
+    if (three_digits && number > 999) {
         line.reject("expected a number of three digits, found " + std::to_string(number));
-    if (rule.fault.kind == FaultKind::opn_ksec_length && number > 200)
+    }
+    if (rule.fault.kind == FaultKind::opn_ksec_length && number > 200) {
         line.reject("expected at most 200 bytes of key, found " + std::to_string(number));
+    }
     scenario_.faults.push_back(rule);
 }
 
 void ScenarioParser::apply_typing(ScriptBook &book) const {
     const auto fill = [this](Script &script) {
         for (Step &step : script) {
-            if (!step.delay)
+            if (!step.delay) {
                 step.delay = scenario_.typing;
+            }
         }
     };
-    for (auto &[occasion, script] : book.numbered)
+    for (auto &[occasion, script] : book.numbered) {
         fill(script);
-    if (book.any)
+    }
+    if (book.any) {
         fill(*book.any);
+    }
 }
 
 } // namespace
 
 Script ScriptBook::script_for(unsigned occasion) const {
     const auto found = numbered.find(occasion);
-    if (found != numbered.end())
+    if (found != numbered.end()) {
         return found->second;
+    }
     return any.value_or(Script{});
 }
 

@@ -11,16 +11,20 @@ std::vector<std::string> lay_out(const std::string &text, std::size_t columns, s
             lines.emplace_back();
             continue;
         }
-        if (lines.back().size() == columns)
+        if (lines.back().size() == columns) {
             lines.emplace_back();
+        }
         lines.back().push_back(c);
     }
-    if (lines.size() > rows)
+    if (lines.size() > rows) {
         lines.resize(rows);
-    for (std::string &line : lines)
+    }
+    for (std::string &line : lines) {
         line = trim_right(line);
-    while (!lines.empty() && lines.back().empty())
+    }
+    while (!lines.empty() && lines.back().empty()) {
         lines.pop_back();
+    }
     return lines;
 }
 

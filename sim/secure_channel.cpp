@@ -35,8 +35,9 @@ Bytes run_cipher(const std::uint8_t *key, const Bytes &in, bool encrypt) {
                       EVP_CIPHER_CTX_set_padding(context.get(), 0) == 1 &&
                       EVP_CipherUpdate(context.get(), out.data(), &length, in.data(),
                                        static_cast<int>(in.size())) == 1;
-    if (!done)
+    if (!done) {
         throw std::runtime_error("AES failed");
+    }
     out.resize(static_cast<std::size_t>(length));
     return out;
 }
@@ -53,8 +54,9 @@ std::uint16_t get_u16(const Bytes &in, std::size_t at) {
 } // namespace
 
 void SecureChannel::set_key(const Bytes &key) {
-    if (key.size() != key_size)
+    if (key.size() != key_size) {
         throw std::invalid_argument("a session key has 16 bytes");
+    }
     std::copy(key.begin(), key.end(), key_.begin());
     on_ = true;
 }
@@ -72,25 +74,29 @@ Bytes SecureChannel::wrap(const Bytes &body, const PayloadDamage &damage) const 
     put_u16(plain, 2, crc);
     std::copy(body.begin(), body.end(), plain.begin() + header_size);
     Bytes payload = run_cipher(key_.data(), plain, true);
-    if (damage.payload_size)
+    if (damage.payload_size) {
         payload.resize(*damage.payload_size, 0x5A);
+    }
     return payload;
 }
 
 std::optional<Bytes> SecureChannel::unwrap(const Bytes &payload) const {
-    if (payload.empty() || payload.size() % block_size != 0)
+    if (payload.empty() || payload.size() % block_size != 0) {
         return std::nullopt;
+    }
     const Bytes plain = run_cipher(key_.data(), payload, false);
     const std::size_t length = get_u16(plain, 0);
-    if (padded_size(header_size + length) != plain.size())
+    if (padded_size(header_size + length) != plain.size()) {
         return std::nullopt;
+    }
     const auto begin = plain.begin() + header_size;
     const auto end = begin + static_cast<std::ptrdiff_t>(length);
     const bool zero_padding =
         std::all_of(end, plain.end(), [](std::uint8_t byte) { return byte == 0; });
     Bytes body(begin, end);
-    if (!zero_padding || crc16(body) != get_u16(plain, 2))
+    if (!zero_padding || crc16(body) != get_u16(plain, 2)) {
         return std::nullopt;
+    }
     return body;
 }
 

@@ -50,8 +50,9 @@ public:
             device_.take_command(body, encrypted);
             return;
         }
-        if (board_.snapshot().waiting)
+        if (board_.snapshot().waiting) {
             device_.take_abort();
+        }
         board_.change([](Snapshot &state) { ++state.faults_struck; });
         log_.note("fault", {{"stage", "reply"}, {"action", "status"}});
         log_.note("response",
@@ -70,8 +71,9 @@ private:
         std::optional<std::string> chosen;
         for (Rule &rule : rules_) {
             const bool strikes = rule.occasions.strike(id);
-            if (strikes && !chosen)
+            if (strikes && !chosen) {
                 chosen = rule.status;
+            }
         }
         return chosen;
     }
@@ -89,8 +91,9 @@ void check_live(const std::vector<ReplyRule> &rules) {
         const ReplyChange &change = rule.change;
         const bool more = change.id || change.body || !change.omit.empty() || !change.add.empty() ||
                           !change.append.empty();
-        if (!change.skip || !change.status || more)
+        if (!change.skip || !change.status || more) {
             throw ScenarioError(1, "a reply that is armed live must be skip and a status");
+        }
     }
 }
 
@@ -139,8 +142,9 @@ public:
     }
 
     void plug() {
-        if (line_.plugged())
+        if (line_.plugged()) {
             return;
+        }
         replug_timer_.cancel();
         line_.plug();
         try {
@@ -181,8 +185,9 @@ public:
 
 private:
     static double checked_scale(double scale) {
-        if (!(scale > 0))
+        if (!(scale > 0)) {
             throw std::invalid_argument("the time scale must be greater than 0");
+        }
         return scale;
     }
 
@@ -197,8 +202,9 @@ private:
         device_.lose_power();
         board_.change([](Snapshot &state) { state.plugged = false; });
         log_.note("unplugged");
-        if (scenario_.replug_after)
+        if (scenario_.replug_after) {
             replug_timer_.after(*scenario_.replug_after, [this] { plug(); });
+        }
     }
 
     Timer replug_timer_;
@@ -228,11 +234,13 @@ void Simulator::replug() {
 void Simulator::press(const std::string &digits) {
     const bool usable =
         std::all_of(digits.begin(), digits.end(), [](char c) { return c >= '0' && c <= '9'; });
-    if (!usable)
+    if (!usable) {
         throw std::invalid_argument("only digits can be pressed as text: " + digits);
+    }
     impl_->run([this, &digits] {
-        for (char digit : digits)
+        for (char digit : digits) {
             impl_->device_.press_digit(digit);
+        }
     });
 }
 
@@ -278,10 +286,12 @@ void Simulator::arm_fault(const std::string &rule) {
     const Scenario scenario = parse_scenario(rule);
     check_live(scenario.replies);
     impl_->run([&] {
-        for (const FaultRule &fault : scenario.faults)
+        for (const FaultRule &fault : scenario.faults) {
             impl_->faults_.arm(fault);
-        for (const ReplyRule &reply : scenario.replies)
+        }
+        for (const ReplyRule &reply : scenario.replies) {
             impl_->live_replies_.arm(reply);
+        }
     });
 }
 

@@ -22,12 +22,15 @@ constexpr std::array<std::pair<Key, std::string_view>, 10> key_names{{
 }};
 
 std::optional<unsigned> hex_digit(char c) {
-    if (c >= '0' && c <= '9')
+    if (c >= '0' && c <= '9') {
         return static_cast<unsigned>(c - '0');
-    if (c >= 'A' && c <= 'F')
+    }
+    if (c >= 'A' && c <= 'F') {
         return static_cast<unsigned>(c - 'A' + 10);
-    if (c >= 'a' && c <= 'f')
+    }
+    if (c >= 'a' && c <= 'f') {
         return static_cast<unsigned>(c - 'a' + 10);
+    }
     return std::nullopt;
 }
 
@@ -53,15 +56,17 @@ std::string to_hex(const Bytes &bytes) {
 }
 
 std::optional<Bytes> from_hex(std::string_view text) {
-    if (text.size() % 2 != 0)
+    if (text.size() % 2 != 0) {
         return std::nullopt;
+    }
     Bytes bytes;
     bytes.reserve(text.size() / 2);
     for (std::size_t i = 0; i < text.size(); i += 2) {
         const auto high = hex_digit(text[i]);
         const auto low = hex_digit(text[i + 1]);
-        if (!high || !low)
+        if (!high || !low) {
             return std::nullopt;
+        }
         bytes.push_back(static_cast<std::uint8_t>(*high << 4 | *low));
     }
     return bytes;
@@ -69,19 +74,22 @@ std::optional<Bytes> from_hex(std::string_view text) {
 
 std::string zero_filled(std::size_t number, std::size_t width) {
     std::string digits = std::to_string(number);
-    if (digits.size() < width)
+    if (digits.size() < width) {
         digits.insert(0, width - digits.size(), '0');
+    }
     return digits;
 }
 
 std::optional<std::size_t> read_decimal(std::string_view digits) {
     constexpr std::size_t max_digits = 9;
-    if (digits.empty() || digits.size() > max_digits)
+    if (digits.empty() || digits.size() > max_digits) {
         return std::nullopt;
+    }
     std::size_t number = 0;
     for (char c : digits) {
-        if (c < '0' || c > '9')
+        if (c < '0' || c > '9') {
             return std::nullopt;
+        }
         number = number * 10 + static_cast<std::size_t>(c - '0');
     }
     return number;
@@ -115,8 +123,9 @@ std::string key_name(Key key) {
 std::optional<Key> key_of_name(std::string_view name) {
     const auto *found = std::find_if(key_names.begin(), key_names.end(),
                                      [name](const auto &entry) { return entry.second == name; });
-    if (found == key_names.end())
+    if (found == key_names.end()) {
         return std::nullopt;
+    }
     return found->first;
 }
 

@@ -22,8 +22,9 @@ public:
         timer_.expires_after(delay);
         timer_.async_wait([call = std::move(call),
                            weak = std::weak_ptr<bool>(ticket)](const boost::system::error_code &) {
-            if (!weak.expired())
+            if (!weak.expired()) {
                 call();
+            }
         });
         // The wait that was set before has been cancelled by expires_after and lost its ticket.
     }

@@ -105,8 +105,9 @@ void Transmitter::send(Answer answer) {
 }
 
 void Transmitter::resend() {
-    if (last_.answer.frame.empty() || last_.sends >= max_sends)
+    if (last_.answer.frame.empty() || last_.sends >= max_sends) {
         return;
+    }
     log_.note("resend", {{"number", std::to_string(last_.sends)}});
     board_.change([](Snapshot &state) { ++state.resends; });
     transmit();
@@ -123,10 +124,11 @@ void Transmitter::transmit() {
                     answer.frame,
                     answer.framing});
     const auto fault = strike(FaultStage::response, answer.command_id);
-    if (fault)
+    if (fault) {
         transmit_damaged(answer.frame, *fault);
-    else
+    } else {
         line_.send(answer.frame);
+    }
 }
 
 void Transmitter::transmit_damaged(const Bytes &frame, const Fault &fault) {
@@ -149,8 +151,9 @@ void Transmitter::transmit_damaged(const Bytes &frame, const Fault &fault) {
         break;
     case FaultKind::response_corrupt: {
         Bytes damaged = frame;
-        if (at < damaged.size())
+        if (at < damaged.size()) {
             damaged[at] ^= 0xFF;
+        }
         line_.send(damaged);
         break;
     }

@@ -14,8 +14,9 @@ void ScriptPlayer::stop() {
 }
 
 void ScriptPlayer::next() {
-    if (stopped_ || position_ == script_.size())
+    if (stopped_ || position_ == script_.size()) {
         return;
+    }
     const Step &step = script_[position_];
     timer_.after(device_.scaled(step.delay.value_or(std::chrono::milliseconds(0))), [this, &step] {
         ++position_;

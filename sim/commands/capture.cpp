@@ -69,12 +69,13 @@ public:
 
 private:
     void perform(const Step &step) {
-        if (step.kind == Step::Kind::digit)
+        if (step.kind == Step::Kind::digit) {
             device_.press_digit(step.text.front());
-        else if (step.kind == Step::Kind::key)
+        } else if (step.kind == Step::Kind::key) {
             device_.press_key(step.key);
-        else
+        } else {
             finish(status::timeout);
+        }
     }
 
     void enter() {
@@ -132,12 +133,14 @@ void gcd(Device &device, const Request &request) {
     settings.prompt = prompt_text(device, number);
     settings.minimum = need_param(params, minimum_digits, 1).front();
     settings.maximum = need_param(params, maximum_digits, 1).front();
-    if (settings.minimum > settings.maximum || settings.maximum > most_digits)
+    if (settings.minimum > settings.maximum || settings.maximum > most_digits) {
         throw Refusal(status::invalid_parameter);
+    }
     if (find_param(params, time_limit) != nullptr) {
         const std::uint8_t seconds = need_param(params, time_limit, 1).front();
-        if (seconds != 0)
+        if (seconds != 0) {
             settings.time_limit = std::chrono::seconds(seconds);
+        }
     }
     device.board().change([number](Snapshot &state) { state.last_prompt = number; });
     device.wait_with(std::make_unique<Capture>(

@@ -21,8 +21,9 @@ void clo(Device &device, const Request &request) {
     constexpr std::size_t columns = 16;
     constexpr std::size_t rows = 2;
     const std::vector<Bytes> blocks = read_blocks(request.rest);
-    if (blocks.size() != 1 || blocks.front().size() != columns * rows)
+    if (blocks.size() != 1 || blocks.front().size() != columns * rows) {
         throw Refusal(status::invalid_parameter);
+    }
     check_text(blocks.front(), true, false);
     const std::string message = to_text(blocks.front());
     leave_idle(device, trim_right(message), {});
@@ -38,19 +39,22 @@ void clx(Device &device, const Request &request) {
     const Bytes *message = find_param(params, display_message);
     const Bytes *name = find_param(params, media_name);
     if ((message != nullptr && message->size() > max_message) ||
-        (name != nullptr && name->size() != name_size))
+        (name != nullptr && name->size() != name_size)) {
         throw Refusal(status::invalid_parameter);
+    }
     const std::string text = message == nullptr ? std::string() : to_text(*message);
     const std::string media = name == nullptr ? std::string() : trim_right(to_text(*name));
     check_text(to_bytes(text), true, true);
     check_text(to_bytes(media), true, false);
-    if (name != nullptr && !device.media().has(media))
+    if (name != nullptr && !device.media().has(media)) {
         throw Refusal(status::media_not_found);
+    }
     leave_idle(device, text, media);
-    if (name != nullptr)
+    if (name != nullptr) {
         device.show_media({media}, text);
-    else
+    } else {
         device.show_text(ScreenKind::text, text);
+    }
     device.answer(status::ok);
 }
 

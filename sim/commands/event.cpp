@@ -47,8 +47,9 @@ public:
           player_(device, std::move(script), [this](const Step &step) { perform(step); }) {}
 
     void start() override {
-        if (limit_)
+        if (limit_) {
             timer_.after(device_.scaled(*limit_), [this] { device_.answer(status::timeout); });
+        }
         player_.start();
     }
 
@@ -60,40 +61,45 @@ public:
     void digit(char) override { device_.beep("no use for the key"); }
 
     void key(Key key) override {
-        if (options_[0] == '0')
+        if (options_[0] == '0') {
             device_.beep("no use for the key");
-        else
+        } else {
             report(event_of_key(key));
+        }
     }
 
     void swipe(const Card &card) override {
-        if (options_[1] != '0')
+        if (options_[1] != '0') {
             report_swipe(card);
+        }
     }
 
     void card_event(const std::string &code) override {
         const char chip = options_[2];
         const bool wanted = (code == "92" && chip == '1') || (code == "91" && chip == '2') ||
                             (code == "94" && options_[3] != '0');
-        if (wanted)
+        if (wanted) {
             report(code);
+        }
     }
 
 private:
     void perform(const Step &step) {
-        if (step.kind == Step::Kind::timeout)
+        if (step.kind == Step::Kind::timeout) {
             device_.answer(status::timeout);
-        else if (step.kind == Step::Kind::swipe)
+        } else if (step.kind == Step::Kind::swipe) {
             report_swipe(step.card);
-        else
+        } else {
             report(step.text);
+        }
     }
 
     void report_swipe(const Card &card) {
         std::vector<Param> tracks;
         const auto add = [&tracks](std::uint16_t id, const std::string &track) {
-            if (!track.empty())
+            if (!track.empty()) {
                 tracks.push_back({id, to_bytes(track)});
+            }
         };
         add(data_id::track1, card.track1);
         add(data_id::track2, card.track2);
@@ -118,10 +124,12 @@ private:
 
 void check_number_pair(const std::vector<Param> &params) {
     constexpr std::size_t pair_size = 4;
-    if (find_param(params, number_pair) == nullptr)
+    if (find_param(params, number_pair) == nullptr) {
         return;
-    if (!read_decimal(to_text(need_param(params, number_pair, pair_size))))
+    }
+    if (!read_decimal(to_text(need_param(params, number_pair, pair_size)))) {
         throw Refusal(status::invalid_parameter);
+    }
 }
 
 } // namespace
@@ -134,8 +142,9 @@ void cex(Device &device, const Request &request) {
     check_text(options, false, false);
     check_number_pair(params);
     std::optional<std::chrono::seconds> limit;
-    if (find_param(params, time_limit) != nullptr)
+    if (find_param(params, time_limit) != nullptr) {
         limit = std::chrono::seconds(need_param(params, time_limit, 1).front());
+    }
     device.wait_with(std::make_unique<EventCheck>(
         device, to_text(options), limit, device.scenario().events.script_for(device.next_event())));
 }

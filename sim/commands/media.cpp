@@ -29,8 +29,9 @@ void mli(Device &device, const Request &request) {
     const Bytes &facts = need_param(params, file_facts, facts_size);
     const bool reserved_zero =
         std::all_of(facts.begin() + 7, facts.end(), [](std::uint8_t byte) { return byte == 0; });
-    if (name.empty() || !reserved_zero)
+    if (name.empty() || !reserved_zero) {
         throw Refusal(status::invalid_parameter);
+    }
     const std::uint32_t size = static_cast<std::uint32_t>(facts[0]) << 24 |
                                static_cast<std::uint32_t>(facts[1]) << 16 |
                                static_cast<std::uint32_t>(facts[2]) << 8 | facts[3];
@@ -47,10 +48,12 @@ void mlr(Device &device, const Request &request) {
     const std::vector<Param> params = read_params(request.rest);
     allow_only(params, {record_data});
     const Bytes *record = find_param(params, record_data);
-    if (record == nullptr)
+    if (record == nullptr) {
         throw Refusal(status::missing_parameter);
-    if (record->empty() || record->size() > max_record)
+    }
+    if (record->empty() || record->size() > max_record) {
         throw Refusal(status::invalid_parameter);
+    }
     try {
         device.media().append(*record);
     } catch (const Refusal &refusal) {
@@ -61,8 +64,9 @@ void mlr(Device &device, const Request &request) {
 }
 
 void mle(Device &device, const Request &request) {
-    if (!request.rest.empty())
+    if (!request.rest.empty()) {
         throw Refusal(status::invalid_parameter);
+    }
     try {
         const MediaFile file = device.media().finish();
         device.publish_media();

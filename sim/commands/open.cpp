@@ -22,8 +22,9 @@ bool upper_case_hex(std::string_view text) {
 // The host's key out of the one block of a secure OPN.
 std::shared_ptr<const RsaPublicKey> read_host_key(const Bytes &rest) {
     const std::vector<Bytes> blocks = read_blocks(rest);
-    if (blocks.size() != 1 || blocks.front().size() != request_size)
+    if (blocks.size() != 1 || blocks.front().size() != request_size) {
         throw Refusal(status::invalid_parameter);
+    }
     const std::string block = to_text(blocks.front());
     const std::string_view fields(block);
     const std::string_view modulus = fields.substr(4, modulus_digits);
@@ -32,8 +33,9 @@ std::shared_ptr<const RsaPublicKey> read_host_key(const Bytes &rest) {
     const bool well_formed = fields.substr(0, 4) == "0256" && exponent_size &&
                              *exponent_size >= 1 && *exponent_size <= exponent_digits / 2 &&
                              upper_case_hex(modulus) && upper_case_hex(exponent);
-    if (!well_formed)
+    if (!well_formed) {
         throw Refusal(status::invalid_parameter);
+    }
     try {
         return std::make_shared<RsaPublicKey>(
             *from_hex(modulus), *from_hex(exponent.substr(exponent_digits - 2 * *exponent_size)));
@@ -44,20 +46,24 @@ std::shared_ptr<const RsaPublicKey> read_host_key(const Bytes &rest) {
 
 KeyBlockShape block_shape(const Fault &fault) {
     KeyBlockShape shape;
-    if (fault.kind == FaultKind::opn_block_type)
+    if (fault.kind == FaultKind::opn_block_type) {
         shape.type = static_cast<std::uint8_t>(fault.number);
-    if (fault.kind == FaultKind::opn_block_head)
+    }
+    if (fault.kind == FaultKind::opn_block_head) {
         shape.head = static_cast<std::uint8_t>(fault.number);
+    }
     shape.separator = fault.kind != FaultKind::opn_no_separator;
     return shape;
 }
 
 std::string hex_field(const Bytes &block, const Fault &fault) {
     std::string field = to_hex(block);
-    if (fault.kind == FaultKind::opn_short)
+    if (fault.kind == FaultKind::opn_short) {
         field.resize(fault.number, '0');
-    if (fault.kind == FaultKind::opn_bad_hex)
+    }
+    if (fault.kind == FaultKind::opn_bad_hex) {
         field[field.size() / 2] = 'G';
+    }
     return field;
 }
 
@@ -69,8 +75,9 @@ void answer_with_block(Device &device, const Bytes &block, const Bytes &key, con
     // The length field may have to lie, so the whole data part goes after the status as it is.
     response.rest =
         to_bytes(zero_filled(length, 3) + zero_filled(crkslen, 3) + hex_field(block, fault));
-    if (key.size() == SecureChannel::key_size)
+    if (key.size() == SecureChannel::key_size) {
         device.open_session(key);
+    }
     device.answer(std::move(response));
 }
 
@@ -92,12 +99,13 @@ private:
 
     void work() {
         const auto block = search_.search_slice();
-        if (block)
+        if (block) {
             answer_with_block(device_, *block, key_, fault_);
-        else if (search_.exhausted())
+        } else if (search_.exhausted()) {
             device_.answer(status::internal_error);
-        else
+        } else {
             schedule();
+        }
     }
 
     Device &device_;

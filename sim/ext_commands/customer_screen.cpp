@@ -11,8 +11,9 @@ CustomerScreen::CustomerScreen(Device &device, ScreenRules rules, Script script)
       player_(device, std::move(script), [this](const Step &step) { perform(step); }) {}
 
 void CustomerScreen::start() {
-    if (rules_.time_limit)
+    if (rules_.time_limit) {
         limit_.after(device_.scaled(*rules_.time_limit), [this] { finish(rules_.timeout); });
+    }
     restart_idle();
     player_.start();
 }
@@ -43,12 +44,13 @@ void CustomerScreen::key(Key key) {
 }
 
 void CustomerScreen::press_enter() {
-    if (rules_.typed_digits != 0 && !typed_.empty())
+    if (rules_.typed_digits != 0 && !typed_.empty()) {
         finish(std::string(rules_.typed_digits - typed_.size(), '0') + typed_);
-    else if (rules_.enter)
+    } else if (rules_.enter) {
         finish(*rules_.enter);
-    else
+    } else {
         device_.beep("no use for the key");
+    }
 }
 
 void CustomerScreen::button(char button) {
@@ -67,24 +69,27 @@ void CustomerScreen::button(char button) {
 }
 
 void CustomerScreen::host_stops() {
-    if (rules_.stop)
+    if (rules_.stop) {
         finish(*rules_.stop);
+    }
 }
 
 void CustomerScreen::perform(const Step &step) {
-    if (step.kind == Step::Kind::button)
+    if (step.kind == Step::Kind::button) {
         device_.press_button(step.text.front());
-    else if (step.kind == Step::Kind::key)
+    } else if (step.kind == Step::Kind::key) {
         device_.press_key(step.key);
-    else if (step.kind == Step::Kind::answer)
+    } else if (step.kind == Step::Kind::answer) {
         finish(to_text(step.bytes));
-    else
+    } else {
         finish(rules_.timeout);
+    }
 }
 
 void CustomerScreen::restart_idle() {
-    if (rules_.idle_limit)
+    if (rules_.idle_limit) {
         idle_.after(device_.scaled(*rules_.idle_limit), [this] { finish(rules_.idle); });
+    }
 }
 
 void CustomerScreen::finish(const std::string &answer) {

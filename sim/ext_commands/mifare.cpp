@@ -54,8 +54,9 @@ void answer(Device &device, const ExtRequest &request, MifareCard::Result result
 std::size_t take_block(FieldReader &fields) {
     constexpr std::size_t digits = 4;
     const std::size_t block = fields.number(digits);
-    if (block >= MifareCard::block_count)
+    if (block >= MifareCard::block_count) {
         throw BadField("the card has no such block");
+    }
     return block;
 }
 
@@ -76,8 +77,9 @@ std::int32_t take_amount(FieldReader &fields) {
     const std::string text = fields.rest();
     std::int32_t amount = 0;
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), amount);
-    if (error != std::errc() || end != text.data() + text.size())
+    if (error != std::errc() || end != text.data() + text.size()) {
         throw BadField("expected an amount");
+    }
     return amount;
 }
 
@@ -135,8 +137,9 @@ void write_stretch(Device &device, const ExtRequest &request, MifareCard &card,
     for (std::size_t block = stretch.block; block <= stretch.last_block(); ++block) {
         MifareCard::Block content = card.content(block);
         const std::size_t from = block == stretch.block ? stretch.offset : 0;
-        for (std::size_t at = from; at < content.size() && taken < data.size(); ++at)
+        for (std::size_t at = from; at < content.size() && taken < data.size(); ++at) {
             content.at(at) = data[taken++];
+        }
         card.write(block, content);
     }
     answer(device, request, card_status::done, std::to_string(taken));
@@ -154,8 +157,9 @@ void change_value(Device &device, const ExtRequest &request, MifareCard &card, F
     } else {
         const std::int32_t amount = take_amount(fields);
         // The card itself knows only amounts without a sign.
-        if (amount < 0)
+        if (amount < 0) {
             throw BadField("a negative amount");
+        }
         result = operation == '+' ? card.increment(origin, destination, amount, value)
                                   : card.decrement(origin, destination, amount, value);
     }
@@ -167,10 +171,11 @@ void change_value(Device &device, const ExtRequest &request, MifareCard &card, F
 void mf01(Device &device, const ExtRequest &request) {
     FieldReader(request.rest).end();
     const MifareCard *card = device.contactless().activate();
-    if (card == nullptr)
+    if (card == nullptr) {
         answer(device, request, card_status::no_card);
-    else
+    } else {
         answer(device, request, card_status::done, uid_text(*card));
+    }
 }
 
 void mf02(Device &device, const ExtRequest &request) {
@@ -180,10 +185,11 @@ void mf02(Device &device, const ExtRequest &request) {
     const MifareCard::Key key = take_key(fields);
     const std::string serial = fields.rest();
     MifareCard *card = device.contactless().current();
-    if (card == nullptr || serial != uid_text(*card))
+    if (card == nullptr || serial != uid_text(*card)) {
         answer(device, request, card_status::no_card);
-    else
+    } else {
         answer(device, request, card->authenticate(block, kind, key), {});
+    }
 }
 
 void mf03(Device &device, const ExtRequest &request) {
@@ -200,15 +206,17 @@ void mf03(Device &device, const ExtRequest &request) {
         stretch.size = data.size();
     }
     fields.end();
-    if (stretch.offset >= MifareCard::block_size || stretch.size == 0)
+    if (stretch.offset >= MifareCard::block_size || stretch.size == 0) {
         throw BadField("no bytes of the block");
+    }
     MifareCard *card = device.contactless().current();
-    if (card == nullptr)
+    if (card == nullptr) {
         answer(device, request, card_status::no_card);
-    else if (operation == 'R')
+    } else if (operation == 'R') {
         read_stretch(device, request, *card, stretch);
-    else
+    } else {
         write_stretch(device, request, *card, stretch, data);
+    }
 }
 
 void mf04(Device &device, const ExtRequest &request) {
@@ -251,10 +259,11 @@ void mf05(Device &device, const ExtRequest &request) {
             card == nullptr ? MifareCard::Result::ok : card->read_access(block, access);
         const std::string flags{access.c1 ? '1' : '0', access.c2 ? '1' : '0',
                                 access.c3 ? '1' : '0'};
-        if (card == nullptr)
+        if (card == nullptr) {
             answer(device, request, card_status::no_card);
-        else
+        } else {
             answer(device, request, result, flags);
+        }
         return;
     }
     const MifareCard::Key a = take_key(fields);
@@ -264,10 +273,11 @@ void mf05(Device &device, const ExtRequest &request) {
     access.c2 = fields.choice("01") == '1';
     access.c3 = fields.choice("01") == '1';
     fields.end();
-    if (card == nullptr)
+    if (card == nullptr) {
         answer(device, request, card_status::no_card);
-    else
+    } else {
         answer(device, request, card->configure(block, a, b, access), {});
+    }
 }
 
 void mf06(Device &device, const ExtRequest &request) {
@@ -277,10 +287,11 @@ void mf06(Device &device, const ExtRequest &request) {
     const MifareCard::Key b = take_marked_key(fields, "B");
     fields.end();
     MifareCard *card = device.contactless().current();
-    if (card == nullptr)
+    if (card == nullptr) {
         answer(device, request, card_status::no_card);
-    else
+    } else {
         answer(device, request, card->change_keys(block, a, b), {});
+    }
 }
 
 } // namespace sim::ext_commands

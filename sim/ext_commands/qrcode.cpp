@@ -16,8 +16,9 @@ void qr01(Device &device, const ExtRequest &request) {
     const std::string text = fields.text(text_size);
     fields.end();
     const std::vector<std::string> modules = qr_matrix(text);
-    if (modules.empty() && !text.empty())
+    if (modules.empty() && !text.empty()) {
         throw BadField("the text does not fit into a QR code");
+    }
     device.log().note("qrcode", {{"line", line}, {"text", text}});
     device.show_qr_code(line, text, modules);
     ScreenRules rules;
@@ -25,8 +26,9 @@ void qr01(Device &device, const ExtRequest &request) {
     rules.enter = "0";
     rules.cancel = "1";
     rules.timeout = "2";
-    if (seconds != 0)
+    if (seconds != 0) {
         rules.time_limit = std::chrono::seconds(seconds);
+    }
     device.wait_with(std::make_unique<CustomerScreen>(
         device, std::move(rules), device.scenario().qr_codes.script_for(device.next_qr_code())));
 }

@@ -23,8 +23,9 @@ Area take_area(FieldReader &fields) {
 }
 
 std::string buttons_of_style(char style) {
-    if (style == '4')
+    if (style == '4') {
         return "1234";
+    }
     return style == '8' ? "12345678" : "123456789ABC";
 }
 
@@ -35,8 +36,9 @@ std::string buttons_of_score(char score) {
 
 void take_limit(FieldReader &fields, std::optional<std::chrono::seconds> &limit) {
     const std::size_t seconds = fields.number(3);
-    if (seconds != 0)
+    if (seconds != 0) {
         limit = std::chrono::seconds(seconds);
+    }
 }
 
 } // namespace
@@ -55,8 +57,9 @@ void ex08(Device &device, const ExtRequest &request) {
     std::string text;
     for (const Area &area : {top, bottom}) {
         if (area.picture()) {
-            if (!device.media().has(area.data))
+            if (!device.media().has(area.data)) {
                 throw BadField("no such picture");
+            }
             pictures.push_back(area.data);
         } else {
             text += text.empty() ? area.data : '\r' + area.data;
