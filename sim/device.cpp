@@ -256,7 +256,7 @@ Bytes Device::changed_body(Response response) const {
     return body;
 }
 
-Bytes Device::changed_body(ExtResponse response) const {
+Bytes Device::changed_body(const ExtResponse &response) const {
     constexpr std::size_t id_length = 4;
     constexpr std::size_t status_length = 2;
     const ReplyChange change = current_reply_.value_or(ReplyChange{});

@@ -114,7 +114,7 @@ private:
     void retire_waiting();
     std::optional<ReplyChange> choose_reply(const std::string &id);
     Bytes changed_body(Response response) const;
-    Bytes changed_body(ExtResponse response) const;
+    Bytes changed_body(const ExtResponse &response) const;
     void set_screen(Screen screen);
     void note_card(const char *action);
     void card_event(const char *action, ChipSlot slot, const std::string &code);

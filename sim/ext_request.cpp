@@ -8,7 +8,7 @@ std::string FieldReader::text(std::size_t size) {
     if (left() < size) {
         throw BadField("a field is cut");
     }
-    const std::string taken = to_text(bytes_).substr(next_, size);
+    std::string taken = to_text(bytes_).substr(next_, size);
     next_ += size;
     return taken;
 }

@@ -10,7 +10,6 @@
 
 #include <poll.h>
 #include <pthread.h>
-#include <signal.h>
 #include <sys/eventfd.h>
 #include <sys/signalfd.h>
 #include <unistd.h>
@@ -18,6 +17,7 @@
 #include <algorithm>
 #include <array>
 #include <atomic>
+#include <csignal>
 #include <exception>
 #include <fstream>
 #include <iostream>
@@ -261,9 +261,7 @@ void run(const Settings &settings) {
     }
 }
 
-} // namespace
-
-int main(int argc, char **argv) {
+int start(int argc, char **argv) {
     Settings settings;
     CLI::App app{"A PIN pad without the hardware, on a pseudo terminal"};
     app.set_version_flag("--version", std::string("pinpad-sim ") + PINPAD_SIM_VERSION);
@@ -305,4 +303,14 @@ int main(int argc, char **argv) {
         return 1;
     }
     return 0;
+}
+
+} // namespace
+
+int main(int argc, char **argv) {
+    try {
+        return start(argc, argv);
+    } catch (...) {
+        return 1;
+    }
 }

@@ -33,7 +33,7 @@ bool Transmitter::executed_despite(const std::optional<Fault> &fault) {
 }
 
 std::optional<Fault> Transmitter::strike(FaultStage stage, const std::string &command_id) {
-    const auto fault = faults_.strike(stage, command_id);
+    auto fault = faults_.strike(stage, command_id);
     if (fault) {
         log_.note("fault", {{"stage", stage_word(stage)}, {"action", action_word(fault->kind)}});
         board_.change([](Snapshot &state) { ++state.faults_struck; });

@@ -26,7 +26,7 @@ struct ExtensionField {
 struct ExtensionRequest {
     const char *title;
     std::vector<ExtensionField> fields;
-    std::string_view letters = "";
+    std::string_view letters = {};
     std::size_t letterAt = 0;
 };
 
