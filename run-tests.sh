@@ -52,7 +52,23 @@ run_tests() { # preset, more arguments of ctest
         echo "The tests of build/$preset failed." >&2
         exit 1
     }
-    grep -E 'tests passed|Total Test time' "build/$preset/ctest.log"
+    grep -E 'tests passed|Total Test time|\*\*\*Skipped' "build/$preset/ctest.log"
+}
+
+install_browser() {
+    scripts/install-dependencies.sh web &&
+        npm ci --prefix tests/web/browser --no-audit --no-fund --fetch-retries 1 \
+            --fetch-timeout 20000
+}
+
+# A browser that is late once, because the machine was busy, may try again.
+test_page() {
+    if ! (install_browser) >build/browser.log 2>&1; then
+        tail -n 2 build/browser.log
+        echo 'The page was NOT tested in a browser: it cannot be installed here (build/browser.log).'
+        return
+    fi
+    run_tests release --tests-regex '^web.browser$' --repeat until-pass:3
 }
 
 case "${1:-}" in
@@ -165,9 +181,11 @@ fi
 step 'Release build (g++)'
 build release
 step 'Tests of the release build'
-run_tests release
+run_tests release --exclude-regex '^web.browser$'
 
 if [ "$mode" = all ]; then
+    step 'Page in the browser'
+    test_page
     step 'Build with clang, address, undefined-behaviour and leak sanitizers'
     build asan
     step 'Tests under these sanitizers'
