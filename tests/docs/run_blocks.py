@@ -9,6 +9,10 @@ usage: run_blocks.py --root DIR --bin DIR --library FILE [--transcripts-elsewher
     c, cpp      compiled against the header with warnings as errors
     python      byte-compiled
     csharp      compiled where mcs is installed
+    pascal      compiled where fpc is installed
+    win32       C for Windows, compiled where its compiler is installed
+    cmake       configured with a program of its own, against what was installed earlier in the
+                document, or the sources
     frame       checked by the test of the wire format
     text        not code
     (nothing)   figures, in docs/performance.md only
@@ -30,6 +34,9 @@ WITHOUT_LANGUAGE = {"performance.md"}
 TRANSCRIPT_WORDS = {"pinpad", "pinpad-sim", "cat", "sed", "head", "echo"}
 # What stands for a real PIN pad in the documents.
 REAL_PORT = "--port ttyUSB0"
+PROGRAM = """#include <pinpad/pinpad.h>
+int main(void) { return PP_Close("BYE") == PINPAD_OK ? 0 : 1; }
+"""
 
 
 class Problem(Exception):
@@ -73,7 +80,8 @@ class Runner:
         if language == "console":
             return self.transcripts_elsewhere or self.transcript(text)
         checks = {"sh": self.shell, "c": self.c, "cpp": self.cpp, "python": self.python,
-                  "csharp": self.csharp}
+                  "csharp": self.csharp, "pascal": self.pascal, "win32": self.win32,
+                  "cmake": self.cmake}
         if language in checks:
             return checks[language](text)
         if language in ("frame", "text"):
@@ -136,7 +144,8 @@ class Runner:
 
     def shell_line(self, line):
         words = line.split()
-        if words[0] in ("./run-demo.sh", "./run-tests.sh", "scripts/fuzz.sh"):
+        if words[0] in ("./run-demo.sh", "./run-tests.sh", "scripts/fuzz.sh",
+                        "scripts/build-packages.sh", "scripts/build-windows-dependencies.sh"):
             self.script(words)
         elif words[0] == "scripts/install-dependencies.sh":
             self.script(words)
@@ -153,6 +162,12 @@ class Runner:
                            str(self.folder / "installed")])
         elif words[:4] == ["ctest", "--test-dir", "build/release", "-R"]:
             self.selected_tests(words[4])
+        elif words == ["ldconfig"]:
+            pass
+        elif words[:2] == ["apt-get", "install"]:
+            self.packages(words[2:])
+        elif line == "cc till.c $(pkg-config --cflags --libs pinpad)":
+            self.build_with_pkg_config(line)
         elif words == ["cc", "till.c", "-lpinpad"]:
             self.build_till()
         elif words[0] == BUILT + "pinpad-sim":
@@ -175,6 +190,40 @@ class Runner:
         presets = json.loads((self.root / "CMakePresets.json").read_text())
         if name not in [preset["name"] for preset in presets[kind]]:
             raise Problem(f"no such preset: {name}")
+
+    def packages(self, files):
+        """The files are named as the packages are."""
+        control = (self.root / "debian/control").read_text()
+        for file in files:
+            found = re.fullmatch(r"\./build/packages/([a-z0-9-]+)_\*\.deb", file)
+            if not found or not re.search(rf"^Package: {found[1]}$", control, re.M):
+                raise Problem(f"no such package: {file}")
+
+    def installed(self):
+        tree = self.folder / "installed"
+        if not tree.exists():
+            raise Problem("nothing was installed before this block")
+        return tree
+
+    def build_with_pkg_config(self, line):
+        found = next(self.installed().glob("lib*/**/pinpad.pc"), None)
+        if found is None:
+            raise Problem("no pinpad.pc was installed")
+        (self.folder / "till.c").write_text(PROGRAM)
+        self.must_run(f"export PKG_CONFIG_PATH={found.parent}; {line}")
+
+    def cmake(self, text):
+        project = self.folder / "project"
+        shutil.rmtree(project, ignore_errors=True)
+        project.mkdir()
+        (project / "till.c").write_text(PROGRAM)
+        (project / "pinpad").symlink_to(self.root)
+        (project / "CMakeLists.txt").write_text(
+            "cmake_minimum_required(VERSION 3.25)\nproject(till LANGUAGES C CXX)\n"
+            "add_executable(till till.c)\n" + text)
+        self.must_run(["cmake", "-S", str(project), "-B", str(project / "build"),
+                       f"-DCMAKE_PREFIX_PATH={self.installed()}"])
+        return True
 
     def build_till(self):
         if self.last_c is None:
@@ -227,6 +276,22 @@ class Runner:
         (self.folder / "block.cs").write_text(text)
         self.must_run(["mcs", "-warnaserror", "-target:library", "block.cs"])
         return True
+
+    def pascal(self, text):
+        if shutil.which("fpc") is None:
+            return False
+        unit = re.match(r"unit (\w+);", text)
+        if unit is None:
+            raise Problem("no unit")
+        (self.folder / f"{unit[1].lower()}.pas").write_text(text)
+        self.must_run(["fpc", "-Mdelphi", "-Cn", f"{unit[1].lower()}.pas"])
+        return True
+
+    def win32(self, text):
+        compiler = shutil.which("i686-w64-mingw32-gcc")
+        if compiler is None:
+            return False
+        return self.compile([compiler, "-std=c11"], "block_win32.c", text)
 
 
 def main():
