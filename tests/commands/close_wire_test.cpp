@@ -136,7 +136,7 @@ TEST_F(CloseWire, PassEveryKnownStatusAndNoOther) {
                                  40, 41, 42, 43, 44, 45, 46, 51, 60, 61, 67, 68, 69,  70,  71,
                                  76, 77, 78, 79, 80, 81, 82, 83, 84, 85, 86, 87, 100, 101, 102};
     for (int status = 0; status <= 999; ++status) {
-        char digits[4];
+        char digits[12];
         std::snprintf(digits, sizeof digits, "%03d", status);
         const std::string unknown = std::string("Unknown value for RSP_STAT: ") + digits;
         for (const char *id : {"CLO", "ERR"}) {
