@@ -7,6 +7,7 @@
 #include "fuzz/memory_port.h"
 #include "fuzz/session.h"
 #include "sim/abecs_frame.h"
+#include "sim/secure_channel.h"
 
 #include <array>
 
@@ -18,6 +19,16 @@ constexpr std::array<std::uint8_t, ABECS_SESSION_KEY_SIZE> KEY{1, 2,  3,  4,  5,
                                                                9, 10, 11, 12, 13, 14, 15, 16};
 constexpr std::size_t BLOCK = 16;
 constexpr std::size_t MOST = 2032;
+// LEN and DATACRC.
+constexpr std::size_t WRAPPER = 4;
+
+// Both ends get the key.
+const sim::SecureChannel &openChannel() {
+    static sim::SecureChannel channel;
+    channel.set_key(sim::Bytes(KEY.begin(), KEY.end()));
+    abecs_pinpad_set_session_key(fuzz::session(), KEY.data());
+    return channel;
+}
 
 sim::Bytes encrypted(sim::Bytes plain) {
     static const int cipher = register_cipher(&aes_desc);
@@ -32,6 +43,29 @@ sim::Bytes encrypted(sim::Bytes plain) {
     return plain;
 }
 
+void receiveAnything(const sim::Bytes &payload) {
+    AbecsPinpad *const pinpad = fuzz::session();
+    const AbecsPacketPtr answer(abecsPacketCreate());
+    const fuzz::SessionState before = fuzz::stateOf(pinpad);
+    const sim::Bytes frame = sim::encode_frame(payload, true);
+    memory_port::say({frame, frame, frame});
+    const PclFailure failure =
+        pcl_attempt([&] { abecs_link_receive_response(pinpad, answer.get()); });
+    FUZZ_CHECK(!failure || fuzz::isFailureOfTheDevice(failure));
+    FUZZ_CHECK(failure || abecsPacketAvailable(answer.get()) + WRAPPER <= payload.size());
+    FUZZ_CHECK(fuzz::stateOf(pinpad) == before);
+}
+
+void receiveAGoodAnswer(const sim::SecureChannel &channel) {
+    AbecsPinpad *const pinpad = fuzz::session();
+    const AbecsPacketPtr answer(abecsPacketCreate());
+    memory_port::say({sim::encode_frame(channel.wrap({'D', 'E', 'X', '0', '0', '0'}), true)});
+    const PclFailure failure =
+        pcl_attempt([&] { abecs_link_receive_response(pinpad, answer.get()); });
+    FUZZ_CHECK(!failure);
+    FUZZ_CHECK(fuzz::textOf(answer.get()) == "DEX000");
+}
+
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
@@ -42,16 +76,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     if (data[0] % 2 == 0) {
         payload = encrypted(payload);
     }
-    AbecsPinpad *const pinpad = fuzz::session();
-    abecs_pinpad_set_session_key(pinpad, KEY.data());
-    pinpad->secure = 1;
-    const AbecsPacketPtr answer(abecsPacketCreate());
-    const sim::Bytes frame = sim::encode_frame(payload, true);
-    memory_port::say({frame, frame, frame});
-    const PclFailure failure =
-        pcl_attempt([&] { abecs_link_receive_response(pinpad, answer.get()); });
-    FUZZ_CHECK(!failure || fuzz::isFailureOfTheDevice(failure));
-    // LEN and CRC are gone.
-    FUZZ_CHECK(failure || abecsPacketAvailable(answer.get()) + 4 <= payload.size());
+    static const sim::SecureChannel &channel = openChannel();
+    receiveAnything(payload);
+    receiveAGoodAnswer(channel);
     return 0;
 }

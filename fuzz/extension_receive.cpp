@@ -6,17 +6,19 @@
 #include "sim/ext_frame.h"
 
 #include <algorithm>
-#include <string>
 
 namespace {
 
 void receiveAnything(const std::uint8_t *data, std::size_t size) {
     AbecsPinpad *const pinpad = fuzz::session();
     const AbecsPacketPtr answer(abecsPacketCreate());
+    abecs_ext_set_pending(pinpad, "QR01");
+    const fuzz::SessionState before = fuzz::stateOf(pinpad);
     memory_port::sayInput(data, size);
     const PclFailure failure = pcl_attempt([&] { abecs_ext_receive_packet(pinpad, answer.get()); });
     FUZZ_CHECK(!failure || fuzz::isFailureOfTheDevice(failure));
     FUZZ_CHECK(abecsPacketAvailable(answer.get()) <= ABECS_PACKET_CAPACITY);
+    FUZZ_CHECK(fuzz::stateOf(pinpad) == before);
     const auto &written = memory_port::written();
     FUZZ_CHECK(written.size() <= 3);
     FUZZ_CHECK(std::all_of(written.begin(), written.end(), [](auto byte) { return byte == 0x15; }));
@@ -25,10 +27,11 @@ void receiveAnything(const std::uint8_t *data, std::size_t size) {
 void receiveAGoodAnswer() {
     AbecsPinpad *const pinpad = fuzz::session();
     const AbecsPacketPtr answer(abecsPacketCreate());
+    abecs_ext_clear_pending(pinpad);
     memory_port::say({sim::encode_ext_frame({'Q', 'R', '0', '1', '0'})});
     const PclFailure failure = pcl_attempt([&] { abecs_ext_receive_packet(pinpad, answer.get()); });
     FUZZ_CHECK(!failure);
-    FUZZ_CHECK(abecsPacketAvailable(answer.get()) == 5);
+    FUZZ_CHECK(fuzz::textOf(answer.get()) == "QR010");
 }
 
 } // namespace

@@ -6,18 +6,20 @@
 #include "sim/abecs_frame.h"
 
 #include <algorithm>
-#include <string>
 
 namespace {
 
 void receiveAnything(const std::uint8_t *data, std::size_t size) {
     AbecsPinpad *const pinpad = fuzz::session();
     const AbecsPacketPtr answer(abecsPacketCreate());
+    abecs_pinpad_set_pending(pinpad, "GCX");
+    const fuzz::SessionState before = fuzz::stateOf(pinpad);
     memory_port::sayInput(data, size);
     const PclFailure failure =
         pcl_attempt([&] { abecs_link_receive_response(pinpad, answer.get()); });
     FUZZ_CHECK(!failure || fuzz::isFailureOfTheDevice(failure));
     FUZZ_CHECK(abecsPacketAvailable(answer.get()) <= ABECS_PACKET_CAPACITY);
+    FUZZ_CHECK(fuzz::stateOf(pinpad) == before);
     // Nothing but a NAK for each attempt goes out.
     const auto &written = memory_port::written();
     FUZZ_CHECK(written.size() <= 3);
@@ -27,15 +29,12 @@ void receiveAnything(const std::uint8_t *data, std::size_t size) {
 void receiveAGoodAnswer() {
     AbecsPinpad *const pinpad = fuzz::session();
     const AbecsPacketPtr answer(abecsPacketCreate());
+    abecs_pinpad_clear_pending(pinpad);
     memory_port::say({sim::encode_frame({'D', 'E', 'X', '0', '0', '0'}, false)});
     const PclFailure failure =
         pcl_attempt([&] { abecs_link_receive_response(pinpad, answer.get()); });
     FUZZ_CHECK(!failure);
-    std::string body;
-    while (abecsPacketAvailable(answer.get()) > 0) {
-        body.push_back(static_cast<char>(abecsPacketReadByte(answer.get())));
-    }
-    FUZZ_CHECK(body == "DEX000");
+    FUZZ_CHECK(fuzz::textOf(answer.get()) == "DEX000");
 }
 
 } // namespace

@@ -25,19 +25,18 @@ struct Guarded {
     bool intact() const { return bytes.back() == UNTOUCHED; }
 };
 
-} // namespace
+// The acknowledgement and the frame come without a silence between them.
+sim::Bytes acknowledged(sim::Bytes frame) {
+    constexpr std::uint8_t ACK = 0x06;
+    frame.insert(frame.begin(), ACK);
+    return frame;
+}
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
-    constexpr std::size_t MOST = 2100;
-    if (size == 0 || size > MOST) {
-        return 0;
-    }
+void takeAnything(unsigned command, const sim::Bytes &body) {
     AbecsPinpad *const pinpad = fuzz::session();
-    const sim::Bytes frame = sim::encode_ext_frame(sim::Bytes(data + 1, data + size));
-    // The ACK and the first frame come without a silence between them.
-    sim::Bytes first = frame;
-    first.insert(first.begin(), 0x06);
-    memory_port::say({first, frame, frame});
+    const fuzz::SessionState before = fuzz::stateOf(pinpad);
+    const sim::Bytes frame = sim::encode_ext_frame(body);
+    memory_port::say({acknowledged(frame), frame, frame});
 
     Guarded<TEXT_SIZE> text;
     Guarded<STATUS_SIZE> status;
@@ -45,7 +44,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     std::int32_t value = 0;
     std::int32_t result = 0;
     const PclFailure failure = pcl_attempt([&] {
-        switch (data[0] % 6) {
+        switch (command) {
         case 0:
             result = abecs_mf_activate(pinpad, text.data(), status.data());
             break;
@@ -70,5 +69,32 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     FUZZ_CHECK(failure || result == 0 || result == -1);
     FUZZ_CHECK(text.intact());
     FUZZ_CHECK(status.intact());
+    FUZZ_CHECK(fuzz::stateOf(pinpad) == before);
+}
+
+void activateACard() {
+    memory_port::say({acknowledged(sim::encode_ext_frame(
+        {'M', 'F', '0', '1', '0', '0', '0', '4', 'A', '1', 'B', '2', 'C', '3'}))});
+    Guarded<TEXT_SIZE> text;
+    Guarded<STATUS_SIZE> status;
+    std::int32_t result = -1;
+    const PclFailure failure = pcl_attempt(
+        [&] { result = abecs_mf_activate(fuzz::session(), text.data(), status.data()); });
+    FUZZ_CHECK(!failure);
+    FUZZ_CHECK(result == 0);
+    FUZZ_CHECK(std::strcmp(text.data(), "04A1B2C3") == 0);
+    FUZZ_CHECK(std::strcmp(status.data(), "00") == 0);
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
+    constexpr std::size_t MOST = 2100;
+    constexpr unsigned COMMANDS = 6;
+    if (size == 0 || size > MOST) {
+        return 0;
+    }
+    takeAnything(data[0] % COMMANDS, sim::Bytes(data + 1, data + size));
+    activateACard();
     return 0;
 }

@@ -62,6 +62,20 @@ void collect(const std::uint8_t *data, std::size_t size) {
     FUZZ_CHECK(kept <= size);
 }
 
+void readAGoodOne() {
+    const AbecsPacketPtr packet(abecsPacketCreate());
+    abecsFieldPutBytes(packet.get(), "DEX000000", 9);
+    const AbecsResponseParserPtr parser(abecsParserCreate());
+    const AbecsParamPtr param(abecsParamCreate());
+    const PclFailure failure = pcl_attempt([&] {
+        abecsParserParse(parser.get(), packet.get());
+        FUZZ_CHECK(std::strcmp(abecsParserGetRspId(parser.get()), "DEX") == 0);
+        FUZZ_CHECK(abecsParserGetRspStat(parser.get()) == ABECS_RSP_STAT_ST_OK);
+        FUZZ_CHECK(abecsParserNextParam(parser.get(), param.get()) == nullptr);
+    });
+    FUZZ_CHECK(!failure);
+}
+
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
@@ -70,5 +84,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     }
     readOneByOne(data, size);
     collect(data, size);
+    readAGoodOne();
     return 0;
 }

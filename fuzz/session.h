@@ -1,8 +1,12 @@
 #pragma once
 
+#include "abecs/packet.h"
 #include "abecs/pinpad.h"
 #include "fuzz/check.h"
 #include "fuzz/memory_port.h"
+
+#include <array>
+#include <string>
 
 namespace fuzz {
 
@@ -20,6 +24,28 @@ inline AbecsPinpad *session() {
         return opened;
     }();
     return pinpad;
+}
+
+/// What a received frame may not change.
+struct SessionState {
+    std::string pending;
+    std::uint8_t secure;
+    std::array<std::uint8_t, ABECS_SESSION_KEY_SIZE> key;
+
+    bool operator==(const SessionState &) const = default;
+};
+
+inline SessionState stateOf(AbecsPinpad *pinpad) {
+    return {abecs_pinpad_get_pending(pinpad).text, pinpad->secure, pinpad->sessionKey};
+}
+
+/// The text that a packet still holds.
+inline std::string textOf(AbecsPacket *packet) {
+    std::string text;
+    while (abecsPacketAvailable(packet) > 0) {
+        text.push_back(static_cast<char>(abecsPacketReadByte(packet)));
+    }
+    return text;
 }
 
 } // namespace fuzz
