@@ -119,6 +119,8 @@ public:
         thread_ = std::thread([this] { io_.run(); });
     }
 
+    Impl(const Impl &) = delete;
+    Impl &operator=(const Impl &) = delete;
     ~Impl() {
         io_.stop();
         thread_.join();
@@ -348,7 +350,7 @@ void Simulator::set_wire_listener(WireListener listener) {
 
 bool Simulator::wait_drained(std::chrono::milliseconds timeout) const {
     // Bytes take a moment from one end of a pseudo terminal to the other.
-    constexpr unsigned enough = 4;
+    constexpr unsigned enough = 20;
     constexpr std::chrono::milliseconds interval{1};
     const auto deadline = Clock::now() + timeout;
     unsigned quiet = 0;

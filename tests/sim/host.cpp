@@ -119,6 +119,11 @@ Bytes Host::read_all(milliseconds silence) {
     return all;
 }
 
+bool Host::has_input(milliseconds timeout) {
+    pollfd waiting{fd_, POLLIN, 0};
+    return ::poll(&waiting, 1, as_poll_timeout(timeout)) == 1 && (waiting.revents & POLLIN) != 0;
+}
+
 bool Host::hung_up(milliseconds timeout) {
     const auto deadline = std::chrono::steady_clock::now() + timeout;
     while (std::chrono::steady_clock::now() < deadline) {

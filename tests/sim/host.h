@@ -53,6 +53,8 @@ public:
     std::optional<std::uint8_t> read_byte(milliseconds timeout = milliseconds(3000));
     // All that comes until nothing comes for a while.
     Bytes read_all(milliseconds silence = milliseconds(60));
+    // Whether something lies unread, or comes in time.
+    bool has_input(milliseconds timeout = milliseconds(3000));
     // Whether the line has hung up, or does so in time.
     bool hung_up(milliseconds timeout = milliseconds(3000));
 

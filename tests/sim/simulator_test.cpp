@@ -258,6 +258,7 @@ TEST(Simulator, SendsStrayBytes) {
     EXPECT_EQ(host.read_all(), (Bytes{0x16, 0x00, 0xFF}));
     EXPECT_TRUE(device.wait_drained(milliseconds(1000)));
     device.send_raw({0x01});
+    ASSERT_TRUE(host.has_input());
     EXPECT_FALSE(device.wait_drained(milliseconds(50)));
 }
 
