@@ -87,6 +87,10 @@ template <typename Table, typename Entry, typename HashOf>
 void pcl_slots_fill(Table &table, std::uint32_t slot, Entry *entry, HashOf hashOf) {
     struct Claim {
         Entry **slot;
+
+        explicit Claim(Entry **claimed) : slot(claimed) {}
+        Claim(const Claim &) = delete;
+        Claim &operator=(const Claim &) = delete;
         ~Claim() {
             if (slot != nullptr) {
                 *slot = nullptr;
@@ -95,7 +99,7 @@ void pcl_slots_fill(Table &table, std::uint32_t slot, Entry *entry, HashOf hashO
     };
 
     table.slots[slot] = entry;
-    Claim claim{&table.slots[slot]};
+    Claim claim(&table.slots[slot]);
     if (static_cast<double>(table.count + 1) / table.capacity >= 0.75) {
         Entry **doubled = pcl_slots_doubled(table, hashOf);
         pcl_free(table.slots);

@@ -32,6 +32,8 @@ public:
            AbecsLink &link, ExtLink &ext_link, Transmitter &transmitter, SecureChannel &channel,
            Logbook &log, StateBoard &board);
     ~Device() override;
+    Device(const Device &) = delete;
+    Device &operator=(const Device &) = delete;
 
     void take_command(const Bytes &body, bool encrypted) override;
     void take_unreadable_command() override;

@@ -20,6 +20,9 @@ constexpr unsigned WAIT_MAX = 255;
 struct TypedText {
     std::array<char, ABECS_PARAM_CAPACITY + 1> bytes{};
 
+    TypedText() = default;
+    TypedText(const TypedText &) = delete;
+    TypedText &operator=(const TypedText &) = delete;
     ~TypedText() { pcl_wipe(bytes.data(), bytes.size()); }
 };
 

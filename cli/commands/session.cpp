@@ -153,7 +153,7 @@ SessionCommand::Next SessionCommand::handleProblem(Context &context, bool isProm
     const std::exception_ptr problem = std::current_exception();
     bool wasInterrupted = false;
     try {
-        throw;
+        std::rethrow_exception(problem);
     } catch (const UsageError &) {
         // Nothing has happened on the line.
     } catch (const Refused &) {
