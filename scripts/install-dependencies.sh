@@ -3,6 +3,7 @@
 #
 #   scripts/install-dependencies.sh build      to build the library and the virtual PIN pad
 #   scripts/install-dependencies.sh test       to run the tests as well
+#   scripts/install-dependencies.sh analyse    to analyse the sources as well
 #   scripts/install-dependencies.sh coverage   to measure what the tests reach as well
 #   scripts/install-dependencies.sh bench      to run the benchmarks beside their neighbours
 #   scripts/install-dependencies.sh windows    to build the Windows DLLs and run them under Wine
@@ -28,6 +29,7 @@ web_packages='chromium nodejs'
 case "${1:-}" in
     build) packages=$build_packages ;;
     test) packages="$build_packages $test_packages" ;;
+    analyse) packages="$build_packages $test_packages cppcheck" ;;
     coverage) packages="$build_packages $test_packages gcovr" ;;
     bench) packages="$build_packages $bench_packages" ;;
     windows) packages="$build_packages $windows_packages" ;;
@@ -43,7 +45,7 @@ case "${1:-}" in
         command -v npm >/dev/null 2>&1 || packages="$packages npm"
         ;;
     *)
-        echo "usage: $0 build|test|coverage|bench|windows|languages|docs|packages|web" >&2
+        echo "usage: $0 build|test|analyse|coverage|bench|windows|languages|docs|packages|web" >&2
         exit 2
         ;;
 esac
