@@ -13,7 +13,7 @@ trap 'rm -rf "$work"' EXIT
 
 filters=''
 for folder in $library sim cli; do
-    filters="$filters --file-filter=$PWD/$folder/*"
+    filters="$filters --file-filter=$folder/*"
 done
 # shellcheck disable=SC2086 # a list of options
 cppcheck --project="$build/compile_commands.json" $filters --std=c++20 --inline-suppr --quiet \
