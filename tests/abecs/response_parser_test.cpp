@@ -4,7 +4,9 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <set>
 #include <string>
+#include <vector>
 
 namespace {
 
@@ -233,6 +235,26 @@ TEST_F(Parser, OutlivesItsDestructionAndComesBackBlank) {
     const AbecsResponseParserPtr second(abecsParserCreate());
     EXPECT_NE(m_parser, second);
     EXPECT_NO_FAILURE(abecsParserDestroy(nullptr));
+}
+
+TEST_F(Parser, EachIdleOneIsHandedOutOnce) {
+    constexpr std::size_t COUNT = 4;
+    std::vector<AbecsResponseParserPtr> parsers;
+    for (std::size_t i = 0; i < COUNT; ++i) {
+        parsers.emplace_back(abecsParserCreate());
+    }
+    std::set<AbecsResponseParser *> idle;
+    for (const AbecsResponseParserPtr &parser : parsers) {
+        idle.insert(parser.get());
+    }
+    parsers.clear();
+    std::set<AbecsResponseParser *> again;
+    for (std::size_t i = 0; i < COUNT; ++i) {
+        parsers.emplace_back(abecsParserCreate());
+        again.insert(parsers.back().get());
+    }
+    EXPECT_EQ(COUNT, idle.size());
+    EXPECT_EQ(idle, again);
 }
 
 } // namespace

@@ -322,6 +322,10 @@ TEST_F(SerialWithoutHandle, FailsToTransfer) {
     EXPECT_FAILURE(pcl_serial_bytes_available(port_), PCL_RESULT_IO_ERROR, error("ClearCommError"));
 }
 
+TEST_F(SerialWithoutHandle, IsALineThatIsGone) {
+    EXPECT_TRUE(pcl_serial_is_gone(port_));
+}
+
 TEST_F(SerialWithoutHandle, FailsToClose) {
     EXPECT_FAILURE(pcl_serial_close(&port_), PCL_RESULT_IO_ERROR, error("CloseHandle"));
     EXPECT_EQ(port_, nullptr);
