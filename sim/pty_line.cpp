@@ -276,7 +276,7 @@ bool PtyLine::pause_item(Pause &pause) {
 bool PtyLine::unplug_item() {
     // Bytes take a moment from one end of a pseudo terminal to the other, so a single look that
     // finds nothing unread proves little.
-    constexpr unsigned enough = 4;
+    constexpr unsigned enough = 10;
     constexpr unsigned limit = 500;
     constexpr std::chrono::milliseconds interval{2};
     int unread = 0;
