@@ -113,8 +113,7 @@ void Storm::exchange() {
         // The device may send its answer while the command is still being prepared.
         m_device.arm_fault(rule);
     }
-    hurry(!plan.rules.empty());
-    const Outcome outcome = call(command);
+    const Outcome outcome = call(command, !plan.rules.empty());
     m_device.clear_faults();
     judge(command, plan, outcome);
     hurry(false);
@@ -126,7 +125,7 @@ void Storm::hurry(bool faultsAhead) {
     pcl_serial_set_time_divisor(m_divisor);
 }
 
-Storm::Outcome Storm::call(const faults::Command &command) {
+Storm::Outcome Storm::call(const faults::Command &command, bool faultsAhead) {
     Outcome outcome;
     const std::size_t before = m_device.snapshot().faults_struck;
     m_counting = true;
@@ -134,6 +133,7 @@ Storm::Outcome Storm::call(const faults::Command &command) {
         outcome.preparing = pcl_attempt([&] { command.prepare(m_pinpad.get()); });
     }
     if (!outcome.preparing) {
+        hurry(faultsAhead);
         const auto start = std::chrono::steady_clock::now();
         outcome.failure = pcl_attempt([&] { outcome.result = command.run(m_pinpad.get()); });
         outcome.elapsed = std::chrono::steady_clock::now() - start;

@@ -56,7 +56,7 @@ private:
 
     void exchange();
     void hurry(bool faultsAhead);
-    Outcome call(const faults::Command &command);
+    Outcome call(const faults::Command &command, bool faultsAhead);
     void judge(const faults::Command &command, const FaultPlan &plan, const Outcome &outcome);
     void judgeTime(const faults::Command &command, const FaultPlan &plan, const Outcome &outcome);
     void recover(const faults::Command &command, const FaultPlan &plan, const Outcome &outcome);
