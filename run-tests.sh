@@ -5,15 +5,16 @@ cd "$(dirname "$0")"
 
 usage() {
     cat <<EOF
-usage: $0 [--quick | --lint | --windows | --languages | --docs | --web | --packages |
+usage: $0 [--quick | --lint | --analyse | --windows | --languages | --docs | --web | --packages |
        --fuzz | --coverage | --help]
 
 Without an option, everything: formatting, the release build with g++ and its tests, the build with
-clang and the address, undefined-behaviour and leak sanitizers and its tests, the tests of threads
-under the thread sanitizer, clang-tidy over the library.
+clang and the address, undefined-behaviour and leak sanitizers and its tests, each fuzzer for some
+seconds, the tests of threads under the thread sanitizer, clang-tidy over the library.
 
   --quick     the release build and its tests only
   --lint      formatting, and clang-tidy over library, virtual PIN pad and tools
+  --analyse   clang-tidy over the library; cppcheck, and the analyser of g++
   --windows   builds the Windows DLLs with mingw-w64 and drives the 64-bit one under Wine
   --languages builds, and runs the tills of examples/till in every language
   --docs      builds the documentation; a warning is an error
@@ -75,6 +76,7 @@ case "${1:-}" in
     '') mode=all ;;
     --quick) mode=quick ;;
     --lint) mode=lint ;;
+    --analyse) mode=analyse ;;
     --coverage) mode=coverage ;;
     --windows) mode=windows ;;
     --languages) mode=languages ;;
@@ -178,6 +180,18 @@ if [ "$mode" = lint ]; then
     exit 0
 fi
 
+if [ "$mode" = analyse ]; then
+    step 'Release build (g++)'
+    build release
+    step 'clang-tidy'
+    # shellcheck disable=SC2086 # a list of folders
+    scripts/run-clang-tidy.sh build/release $library
+    step 'cppcheck and g++ -fanalyzer'
+    scripts/analyse.sh build/release
+    step 'All done'
+    exit 0
+fi
+
 step 'Release build (g++)'
 build release
 step 'Tests of the release build'
@@ -190,6 +204,8 @@ if [ "$mode" = all ]; then
     build asan
     step 'Tests under these sanitizers'
     run_tests asan
+    step 'Fuzzers, some seconds each'
+    scripts/fuzz.sh --build build/asan 6
     step 'Build with the thread sanitizer'
     build tsan --target thread_tests
     step 'Tests of threads under the thread sanitizer'
