@@ -63,9 +63,9 @@ const char *scenario() {
            "capture * keys 1234 enter\n"
            "event * key f1\n"
            "mifare uid 11223344 value 4 1000\n"
-           "qrcode * enter\n"
-           "survey * press 7\n"
-           "cxsurvey * press 2\n";
+           "qrcode * wait 50 enter\n"
+           "survey * wait 50 press 7\n"
+           "cxsurvey * wait 50 press 2\n";
 }
 
 const std::vector<Command> &commands() {
