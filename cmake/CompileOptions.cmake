@@ -37,7 +37,7 @@ if(PINPAD_FUZZ)
 endif()
 
 if(PINPAD_COVERAGE)
-    target_compile_options(pinpad_options INTERFACE --coverage -O0)
+    target_compile_options(pinpad_options INTERFACE --coverage -fprofile-update=atomic -O0)
     target_link_options(pinpad_options INTERFACE --coverage)
 endif()
 
