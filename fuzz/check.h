@@ -16,6 +16,8 @@
 
 namespace fuzz {
 
+inline constexpr char NUL = '\0';
+
 /// Whether there was no failure, or one that a device may cause: it tells of the line, of silence
 /// or of an answer that is not allowed, and has a text.
 inline bool isAllowed(const PclFailure &failure) {

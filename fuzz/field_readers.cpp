@@ -38,7 +38,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     const std::size_t available = size - 2;
     const AbecsPacketPtr packet = packetOf(field, available);
     const AbecsPacketPtr again(abecsPacketCreate());
-    std::array<char, MOST + 1> text{};
+    std::array<char, MOST + 1> text;
+    text.fill('#');
     bool written = false;
     const PclFailure failure = pcl_attempt([&] {
         switch (reader) {
@@ -61,7 +62,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
             break;
         case 4:
             abecsFieldGetHexText(packet.get(), text.data(), text.size(), width);
-            FUZZ_CHECK(std::strlen(text.data()) <= width);
+            FUZZ_CHECK(std::memchr(text.data(), fuzz::NUL, width + 1) != nullptr);
             break;
         case 5:
             abecsFieldPutBinary(again.get(), abecsFieldGetBinary(packet.get(), width), width);
@@ -77,7 +78,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     });
     // A width that no field of the kind has is the caller's mistake.
     FUZZ_CHECK(fuzz::isAllowed(failure) || failure.code == PCL_RESULT_ILLEGAL_ARGUMENT);
-    FUZZ_CHECK(abecsPacketAvailable(packet.get()) <= available);
+    FUZZ_CHECK(available - abecsPacketAvailable(packet.get()) <= width);
     // A text ends at its first NUL, whatever its field holds after that.
     const bool cut = reader <= 1 && std::memchr(field, '\0', std::min(width, available)) != nullptr;
     if (!failure && written && !cut) {

@@ -27,9 +27,10 @@ std::size_t readOneByOne(const std::uint8_t *data, std::size_t size) {
         const std::int32_t status = abecsParserGetRspStat(parser.get());
         FUZZ_CHECK(status >= ABECS_RSP_STAT_ST_NOTIFICATION && status <= 999);
         if (std::strcmp(abecsParserGetRspId(parser.get()), ABECS_RSP_ID_NOTIFICATION) == 0) {
-            std::array<char, ABECS_NOTIFICATION_SIZE> text{};
+            std::array<char, ABECS_NOTIFICATION_SIZE> text;
+            text.fill('#');
             abecsParserGetNotification(parser.get(), text.data());
-            FUZZ_CHECK(std::memchr(text.data(), '\0', text.size()) != nullptr);
+            FUZZ_CHECK(std::memchr(text.data(), fuzz::NUL, text.size()) != nullptr);
             return;
         }
         while (abecsParserNextParam(parser.get(), param.get()) != nullptr) {
