@@ -1,7 +1,7 @@
 #!/bin/sh
 # Static analysis beside clang-tidy: cppcheck over library, virtual PIN pad and tools, and the
 # analyser of g++ over the library. Any finding fails, save those of scripts/analyser-reviewed.txt.
-# usage: analyse.sh BUILD-FOLDER, of a build with g++ that is complete
+# usage: analyse.sh BUILD-FOLDER, below this project, of a build with g++ that is complete
 set -eu
 cd "$(dirname "$0")/.."
 build=${1:?usage: $0 BUILD-FOLDER}

@@ -20,10 +20,11 @@ report() { # target, files under test
     echo "$target: $inputs"
     filters=$(printf -- '--filter %s\n' "$@")
     # shellcheck disable=SC2086 # a list of options
-    gcovr --root . --object-directory "$build" --exclude-throw-branches $filters --csv |
-        awk -F, 'NR > 1 {
-            printf "  %-28s lines %3d of %3d  branches %3d of %3d\n", $1, $3, $2, $6, $5
-        }'
+    gcovr --root . --object-directory "$build" --exclude-throw-branches $filters \
+        --csv "$build/fuzz.csv"
+    awk -F, 'NR > 1 {
+        printf "  %-28s lines %3d of %3d  branches %3d of %3d\n", $1, $3, $2, $6, $5
+    }' "$build/fuzz.csv"
 }
 
 report builder_and_device abecs/cmd_builder.cpp abecs/response_parser.cpp sim/abecs_frame.cpp \

@@ -69,7 +69,7 @@ fuzz() { # options of libFuzzer
         -dict="$dictionary" -artifact_prefix=build/fuzz/found/ "$corpus" "fuzz/corpus/$target" \
         >"build/fuzz/$target.log" 2>&1 || {
         tail -n 40 "build/fuzz/$target.log"
-        echo "The fuzzer $target found something; its input is in build/fuzz/found." >&2
+        echo "The fuzzer $target failed; what it found, if it did, is in build/fuzz/found." >&2
         return 1
     }
     echo "$target: $(sed -n 's/^stat::number_of_executed_units: *//p' "build/fuzz/$target.log") inputs"
@@ -85,6 +85,10 @@ run() { # target
 }
 
 at_a_time=$(nproc)
+failed=0
+running=''
+# shellcheck disable=SC2086 # a list of processes
+trap '[ -z "$running" ] || kill $running 2>/dev/null; exit 130' INT TERM
 while [ $# -gt 0 ]; do
     running=''
     while [ $# -gt 0 ] && [ "$(echo "$running" | wc -w)" -lt "$at_a_time" ]; do
@@ -93,6 +97,7 @@ while [ $# -gt 0 ]; do
         shift
     done
     for process in $running; do
-        wait "$process"
+        wait "$process" || failed=1
     done
 done
+exit $failed

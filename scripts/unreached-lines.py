@@ -4,10 +4,11 @@
 usage: unreached-lines.py GCOVR-JSON REVIEWED
 
 A line that follows a raise is reached only where no frame is open and the host's handler returns;
-such lines explain themselves. All others are to stand in REVIEWED, as "FILE | TEXT OF THE LINE | REASON".
+such lines explain themselves. All others are to stand in REVIEWED, as "FILE | HOW OFTEN | TEXT | REASON".
 Prints what is not explained, and fails if there is any.
 """
 
+import collections
 import json
 import pathlib
 import re
@@ -38,11 +39,12 @@ def follows_a_raise(lines, index):
 
 
 def reviewed_lines(path):
+    """How often each explained line may be found."""
     reviewed = {}
     for line in pathlib.Path(path).read_text().splitlines():
         if line and not line.startswith("#"):
-            file, text, reason = line.split(" | ", 2)
-            reviewed[(file, text)] = reason
+            file, count, text, _reason = line.split(" | ", 3)
+            reviewed[(file, text)] = int(count)
     return reviewed
 
 
@@ -50,7 +52,7 @@ def main():
     report = json.loads(pathlib.Path(sys.argv[1]).read_text())
     reviewed = reviewed_lines(sys.argv[2])
     after_raise = 0
-    used = set()
+    found = collections.Counter()
     unexplained = []
     for entry in report["files"]:
         file = entry["file"]
@@ -62,14 +64,15 @@ def main():
             text = lines[index].strip()
             if follows_a_raise(lines, index):
                 after_raise += 1
-            elif (file, text) in reviewed:
-                used.add((file, text))
-            else:
+                continue
+            found[(file, text)] += 1
+            if found[(file, text)] > reviewed.get((file, text), 0):
                 unexplained.append(f"{file}:{index + 1}: {text}")
-    print(f"not reached: {after_raise} lines that follow a raise, {len(used)} that are explained")
+    explained = found.total() - len(unexplained)
+    print(f"not reached: {after_raise} lines that follow a raise, {explained} that are explained")
     for line in unexplained:
         print(f"not reached and not explained: {line}")
-    for file, text in sorted(set(reviewed) - used):
+    for file, text in sorted(key for key, count in reviewed.items() if found[key] < count):
         print(f"reached by now, the explanation can go: {file}: {text}")
     return 1 if unexplained else 0
 
