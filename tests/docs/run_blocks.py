@@ -145,8 +145,8 @@ class Runner:
     def shell_line(self, line):
         words = line.split()
         if words[0] in ("./run-demo.sh", "./run-tests.sh", "scripts/fuzz.sh",
-                        "scripts/fuzz-coverage.sh",
-                        "scripts/build-packages.sh", "scripts/build-windows-dependencies.sh"):
+                        "scripts/fuzz-coverage.sh", "scripts/build-packages.sh",
+                        "scripts/build-windows-dependencies.sh"):
             self.script(words)
         elif words[0] == "scripts/install-dependencies.sh":
             self.script(words)
