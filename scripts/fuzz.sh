@@ -86,9 +86,7 @@ run() { # target
 
 at_a_time=$(nproc)
 failed=0
-running=''
-# shellcheck disable=SC2086 # a list of processes
-trap '[ -z "$running" ] || kill $running 2>/dev/null; exit 130' INT TERM
+trap 'trap - INT TERM; kill 0' INT TERM
 while [ $# -gt 0 ]; do
     running=''
     while [ $# -gt 0 ] && [ "$(echo "$running" | wc -w)" -lt "$at_a_time" ]; do

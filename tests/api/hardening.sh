@@ -5,7 +5,7 @@ set -eu
 library=$1
 failed=0
 
-expect() { # what, condition already evaluated
+expect() { # what, how often it was found
     [ "$2" -gt 0 ] || {
         echo "missing: $1"
         failed=1
