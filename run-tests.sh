@@ -10,7 +10,8 @@ usage: $0 [--quick | --lint | --analyse | --windows | --languages | --docs | --w
 
 Without an option, everything: formatting, the release build with g++ and its tests, the build with
 clang and the address, undefined-behaviour and leak sanitizers and its tests, each fuzzer for some
-seconds, the tests of threads under the thread sanitizer, clang-tidy over the library.
+seconds, the tests of threads under the thread sanitizer, clang-tidy without its static analyser over
+the library.
 
   --quick     the release build and its tests only
   --lint      formatting, and clang-tidy over library, virtual PIN pad and tools
@@ -205,14 +206,14 @@ if [ "$mode" = all ]; then
     step 'Tests under these sanitizers'
     run_tests asan
     step 'Fuzzers, some seconds each'
-    scripts/fuzz.sh --build build/asan 6
+    scripts/fuzz.sh --build build/asan 4
     step 'Build with the thread sanitizer'
     build tsan --target thread_tests
     step 'Tests of threads under the thread sanitizer'
     run_tests tsan --label-regex threads
     step 'clang-tidy'
     # shellcheck disable=SC2086 # a list of folders
-    scripts/run-clang-tidy.sh build/release $library
+    scripts/run-clang-tidy.sh --quick build/release $library
 fi
 
 step 'All done'
