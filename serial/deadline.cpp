@@ -1,6 +1,7 @@
 #include "serial/deadline.h"
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 
 #include <ctime>
@@ -18,15 +19,15 @@ public:
         return seconds(time.tv_sec) + nanoseconds(time.tv_nsec);
     }
 
-    int poll(pollfd &waitedFor, std::optional<nanoseconds> timeout) override {
+    int poll(std::span<pollfd> waitedFor, std::optional<nanoseconds> timeout) override {
         if (!timeout) {
-            return ppoll(&waitedFor, 1, nullptr, nullptr);
+            return ppoll(waitedFor.data(), waitedFor.size(), nullptr, nullptr);
         }
         const auto whole = std::chrono::duration_cast<seconds>(*timeout);
         timespec time{};
         time.tv_sec = whole.count();
         time.tv_nsec = (*timeout - whole).count();
-        return ppoll(&waitedFor, 1, &time, nullptr);
+        return ppoll(waitedFor.data(), waitedFor.size(), &time, nullptr);
     }
 };
 
@@ -49,13 +50,16 @@ std::optional<nanoseconds> PclDeadline::remaining() const {
     return std::max(*end_ - waits_.now(), nanoseconds::zero());
 }
 
-PclWaitResult PclDeadline::wait(int fd, short events) const {
+PclWaitResult PclDeadline::wait(int fd, short events, int interrupt) const {
     for (;;) {
         const std::optional<nanoseconds> left = remaining();
-        pollfd waitedFor{fd, events, 0};
+        std::array<pollfd, 2> waitedFor = {{{fd, events, 0}, {interrupt, POLLIN, 0}}};
         const int ready = waits_.poll(waitedFor, left);
         if (ready > 0) {
-            const bool gone = (waitedFor.revents & (POLLHUP | POLLERR | POLLNVAL)) != 0;
+            if (waitedFor[1].revents != 0) {
+                return {PclWaitOutcome::FAILED, ECANCELED};
+            }
+            const bool gone = (waitedFor[0].revents & (POLLHUP | POLLERR | POLLNVAL)) != 0;
             return {gone ? PclWaitOutcome::HUNG_UP : PclWaitOutcome::READY, 0};
         }
         if (ready < 0 && errno != EINTR) {

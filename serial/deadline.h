@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <optional>
+#include <span>
 
 #include <poll.h>
 
@@ -13,9 +14,10 @@ public:
     /// The time since some fixed moment, on a clock that nobody sets.
     virtual std::chrono::nanoseconds now() = 0;
 
-    /// Waits like ppoll for one descriptor; no timeout waits for ever. Returns the number of ready
-    /// descriptors, or -1 and leaves the reason in errno.
-    virtual int poll(pollfd &waitedFor, std::optional<std::chrono::nanoseconds> timeout) = 0;
+    /// Waits like ppoll; no timeout waits for ever. Returns the number of ready descriptors, or -1
+    /// and leaves the reason in errno.
+    virtual int poll(std::span<pollfd> waitedFor,
+                     std::optional<std::chrono::nanoseconds> timeout) = 0;
 };
 
 /// CLOCK_MONOTONIC and ppoll.
@@ -32,14 +34,17 @@ struct PclWaitResult {
 /// worked out anew from the clock after every interruption and every partial transfer.
 class PclDeadline {
 public:
+    static constexpr int NO_INTERRUPT = -1;
+
     PclDeadline(PclWaits &waits, std::chrono::nanoseconds wait);
 
     /// A deadline that never comes.
     explicit PclDeadline(PclWaits &waits);
 
     /// Waits until the descriptor is ready for the events, its line is gone, or the deadline has
-    /// passed. One that has passed already still tells what is ready.
-    PclWaitResult wait(int fd, short events) const;
+    /// passed. One that has passed already still tells what is ready. Fails with ECANCELED once
+    /// the other descriptor, if there is one, is readable.
+    PclWaitResult wait(int fd, short events, int interrupt = NO_INTERRUPT) const;
 
 private:
     std::optional<std::chrono::nanoseconds> remaining() const;

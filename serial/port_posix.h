@@ -1,6 +1,7 @@
 #pragma once
 
 #include "serial/deadline.h"
+#include "serial/interrupt.h"
 
 #include <atomic>
 #include <cstdint>
@@ -16,8 +17,8 @@ struct PclSerialPort {
     std::atomic<std::uint8_t> timeout{10};  ///< tenths of a second
     std::atomic<bool> outputPending{false}; ///< written since the output was last waited for
     PclWaits *waits = &pcl_system_waits();
-    termios previous{};  ///< what the line was before it was opened
-    termios requested{}; ///< what was last asked for; the device may have made less of it
+    const PclInterrupt *interrupt = nullptr; ///< ends reads, when there is one
+    termios previous{};                      ///< what the line was before it was opened
 };
 
 /// The settings of a line while they are being changed.

@@ -8,8 +8,11 @@
 #endif
 #include <windows.h>
 
+#include "serial/interrupt.h"
+
 struct PclSerialPort {
     HANDLE handle = INVALID_HANDLE_VALUE;
+    const PclInterrupt *interrupt = nullptr; ///< ends reads, when there is one
 };
 
 /// The settings of a line while they are being changed.

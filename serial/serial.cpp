@@ -139,7 +139,9 @@ PclSerialPort *pcl_serial_open(const char *name) {
             return nullptr;
         }
         auto port = std::make_unique<PclSerialPort>();
-        const PclPortOpened opened = pcl_port_open(*port, name);
+        // The empty name would be that of the devices' folder.
+        const PclPortOpened opened = name[0] == '\0' ? PclPortOpened{PclPortOpening::MISSING, 0}
+                                                     : pcl_port_open(*port, name);
         raiseNotOpened(opened, name);
         return port.release();
     });
@@ -288,6 +290,12 @@ std::uint32_t pcl_serial_bytes_available(PclSerialPort *port) {
         return 0;
     }
     return available;
+}
+
+void pcl_serial_set_interrupt(PclSerialPort *port, const PclInterrupt *interrupt) {
+    if (isPort(port)) {
+        port->interrupt = interrupt;
+    }
 }
 
 bool pcl_serial_is_gone(const PclSerialPort *port) {

@@ -4,6 +4,7 @@
 #include <cstdint>
 
 struct PclList;
+class PclInterrupt;
 
 /// A serial port: a pipe of bytes to the device at the other end of the line.
 ///
@@ -148,6 +149,10 @@ char *pcl_serial_read_string(PclSerialPort *port, char *buffer, std::size_t size
 /// How many received bytes wait to be read. Raises PCL_RESULT_IO_ERROR
 /// "ClearCommError() error: %i".
 std::uint32_t pcl_serial_bytes_available(PclSerialPort *port);
+
+/// Makes the reads of the port listen to the interrupt, which has to outlive them; null, as after
+/// opening, to none. A read that it ends raises PCL_RESULT_IO_ERROR "ReadFile() error: %i".
+void pcl_serial_set_interrupt(PclSerialPort *port, const PclInterrupt *interrupt);
 
 /// Whether the line hung up (unplugged, peer gone) or never had a usable handle. Raises nothing;
 /// true for null.

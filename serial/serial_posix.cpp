@@ -48,12 +48,18 @@ bool formPath(std::array<char, PATH_SIZE> &path, const char *name) {
     return length >= 0 && static_cast<std::size_t>(length) < path.size();
 }
 
-int openDevice(const char *path) {
-    int fd = PCL_PORT_NO_HANDLE;
+/// Runs the call until it comes to its end without a signal in between.
+template <typename Call>
+int uninterrupted(Call call) {
+    int result = 0;
     do {
-        fd = ::open(path, O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC);
-    } while (fd < 0 && errno == EINTR);
-    return fd;
+        result = call();
+    } while (result < 0 && errno == EINTR);
+    return result;
+}
+
+int openDevice(const char *path) {
+    return uninterrupted([&] { return ::open(path, O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC); });
 }
 
 /// What the system's refusal to open a device means.
@@ -71,11 +77,22 @@ PclPortOpening refusal(int error) {
     }
 }
 
-/// True when the line is now ours alone. The lock decides between two that open it at once. The
-/// exclusive mark keeps everybody else out, except the privileged, who have to look for it.
+/// Pseudo-terminals have no modem lines.
+bool hasModemLines(int fd) {
+    int lines = 0;
+    return ioctl(fd, TIOCMGET, &lines) == 0;
+}
+
+/// True when the line is now ours alone. The lock decides between two that take it. The exclusive
+/// mark keeps everybody else out, except the privileged, who have to look for it. It is cleared by
+/// the last one that closes the line: on a pseudo-terminal, whose other side keeps it open, it
+/// would outlive a process that ends without closing.
 bool claim(int fd) {
-    if (flock(fd, LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK) {
+    if (uninterrupted([&] { return flock(fd, LOCK_EX | LOCK_NB); }) != 0 && errno == EWOULDBLOCK) {
         return false;
+    }
+    if (!hasModemLines(fd)) {
+        return true;
     }
     int exclusive = 0;
     if (ioctl(fd, TIOCGEXCL, &exclusive) == 0 && exclusive != 0) {
@@ -88,7 +105,9 @@ bool claim(int fd) {
 /// The mark outlives the descriptor as long as anybody has the line open, and the lock as long as
 /// a forked child has.
 void disclaim(int fd) {
-    ioctl(fd, TIOCNXCL);
+    if (hasModemLines(fd)) {
+        ioctl(fd, TIOCNXCL);
+    }
     flock(fd, LOCK_UN);
 }
 
@@ -103,16 +122,10 @@ termios rawMode(termios attributes) {
     return attributes;
 }
 
-/// Pseudo-terminals have no modem lines.
-bool hasModemLines(int fd) {
-    int lines = 0;
-    return ioctl(fd, TIOCMGET, &lines) == 0;
-}
-
 /// A line without modem lines has no character frame either: it drops size and parity, which
 /// counts as an invalid argument although everything else was set.
 int setAttributes(int fd, const termios &attributes) {
-    if (tcsetattr(fd, TCSANOW, &attributes) == 0) {
+    if (uninterrupted([&] { return tcsetattr(fd, TCSANOW, &attributes); }) == 0) {
         return 0;
     }
     const int error = errno;
@@ -127,10 +140,8 @@ int holdRts(int fd) {
 /// Waits until everything written has left the line. A line that fails shows it at the next
 /// transfer.
 void waitForOutput(PclSerialPort &port) {
-    if (!port.outputPending.exchange(false)) {
-        return;
-    }
-    while (tcdrain(port.handle) != 0 && errno == EINTR) {
+    if (port.outputPending.exchange(false)) {
+        uninterrupted([&] { return tcdrain(port.handle); });
     }
 }
 
@@ -156,12 +167,11 @@ PclPortOpened pcl_port_open(PclSerialPort &port, const char *name) {
     if (!claim(device.get())) {
         return {PclPortOpening::BUSY, 0};
     }
-    if (tcgetattr(device.get(), &port.previous) != 0) {
+    if (uninterrupted([&] { return tcgetattr(device.get(), &port.previous); }) != 0) {
         disclaim(device.get());
         return {PclPortOpening::NOT_SERIAL, 0};
     }
-    port.requested = rawMode(port.previous);
-    const int error = setAttributes(device.get(), port.requested);
+    const int error = setAttributes(device.get(), rawMode(port.previous));
     if (error != 0) {
         disclaim(device.get());
         return {PclPortOpening::NOT_RAW, error};
@@ -180,12 +190,12 @@ int pcl_port_close(PclSerialPort &port) {
 }
 
 int pcl_port_get_line(const PclSerialPort &port, PclLine &line) {
-    return errnoUnless(tcgetattr(port.handle, &line.attributes) == 0);
+    return errnoUnless(uninterrupted([&] { return tcgetattr(port.handle, &line.attributes); }) ==
+                       0);
 }
 
 int pcl_port_set_line(PclSerialPort &port, const PclLine &line) {
     waitForOutput(port);
-    port.requested = line.attributes;
     const int error = setAttributes(port.handle, line.attributes);
     if (error != 0 || (line.attributes.c_cflag & CRTSCTS) != 0) {
         return error;
@@ -267,7 +277,8 @@ int pcl_port_purge(PclSerialPort &port, std::int32_t type) {
     if (type != PCL_SERIAL_PURGE_RX) {
         port.outputPending.store(false);
     }
-    return errnoUnless(tcflush(port.handle, QUEUES[static_cast<std::size_t>(type)]) == 0);
+    const int queue = QUEUES[static_cast<std::size_t>(type)];
+    return errnoUnless(uninterrupted([&] { return tcflush(port.handle, queue); }) == 0);
 }
 
 int pcl_port_write(PclSerialPort &port, const void *data, std::size_t count) {
@@ -307,8 +318,13 @@ PclPortRead pcl_port_read(PclSerialPort &port, void *buffer, std::size_t count) 
     std::size_t total = 0;
     waitForOutput(port);
     const PclDeadline deadline(*port.waits, readTimeout(port));
+    const int interrupt = port.interrupt == nullptr ? PclDeadline::NO_INTERRUPT
+                                                    : static_cast<int>(port.interrupt->signal());
     bool gone = false;
     while (total < count) {
+        if (port.interrupt != nullptr && port.interrupt->isRaised()) {
+            return {total, ECANCELED};
+        }
         const ssize_t got = ::read(port.handle, next + total, count - total);
         if (got > 0) {
             total += static_cast<std::size_t>(got);
@@ -326,7 +342,7 @@ PclPortRead pcl_port_read(PclSerialPort &port, void *buffer, std::size_t count) 
         if (gone) {
             return {total, EIO};
         }
-        const PclWaitResult input = deadline.wait(port.handle, POLLIN);
+        const PclWaitResult input = deadline.wait(port.handle, POLLIN, interrupt);
         if (input.outcome == PclWaitOutcome::TIMED_OUT) {
             return {total, 0};
         }

@@ -166,6 +166,25 @@ std::set<std::string> documentedOfCreation(Call call, const std::string &port, i
     }
 }
 
+TEST(FailingSystemCallOfASession, ByAnInterruptionShowsNowhere) {
+    const sim::Simulator device;
+    std::size_t failing = 1;
+    std::set<Call> seen;
+    pcl_serial_set_time_divisor(robustness::Rig::TIME_DIVISOR);
+    for (; failing < MANY; ++failing) {
+        SCOPED_TRACE(testing::Message() << "call " << failing);
+        const FailingCall plan(failing, Mode::ERROR, EINTR);
+        EXPECT_NO_FAILURE(const AbecsPinpadPtr pinpad(abecs_pinpad_create(device.port().c_str())));
+        if (plan.count() < failing) {
+            break;
+        }
+        seen.insert(plan.struck());
+    }
+    pcl_serial_set_time_divisor(1);
+    EXPECT_LT(failing, MANY);
+    EXPECT_GE(seen.size(), 8U);
+}
+
 // Reading the settings of the line goes through isatty in the C library, too, but only the calls of
 // the library itself are counted here.
 TEST(FailingSystemCallOfASession, LeavesNoPortOpen) {

@@ -40,7 +40,7 @@ public:
 
     nanoseconds now() override { return now_; }
 
-    int poll(pollfd &waitedFor, Timeout timeout) override {
+    int poll(std::span<pollfd> waitedFor, Timeout timeout) override {
         asked.push_back(timeout);
         if (asked.size() > script_.size()) {
             ADD_FAILURE() << "one poll too many";
@@ -52,7 +52,7 @@ public:
         if (during) {
             during(asked.size());
         }
-        waitedFor.revents = step.events;
+        waitedFor[0].revents = step.events;
         errno = step.error;
         return step.result;
     }
@@ -131,7 +131,7 @@ TEST(SerialDeadline, TheSystemWaitsAndTellsTheTime) {
     PclWaits &waits = pcl_system_waits();
     const nanoseconds start = waits.now();
     pollfd waitedFor{pty.master(), POLLPRI, 0};
-    EXPECT_EQ(waits.poll(waitedFor, milliseconds(1100)), 0);
+    EXPECT_EQ(waits.poll({&waitedFor, 1}, milliseconds(1100)), 0);
     EXPECT_GE(waits.now() - start, milliseconds(1100));
     EXPECT_LT(waits.now() - start, milliseconds(1400));
 }

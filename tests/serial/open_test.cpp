@@ -1,6 +1,7 @@
 #include "serial/port_posix.h"
 #include "serial/serial.h"
 #include "tests/serial/child.h"
+#include "tests/serial/line_calls.h"
 #include "tests/serial/open_port.h"
 #include "tests/serial/pty.h"
 #include "tests/support/failures.h"
@@ -113,6 +114,10 @@ TEST(SerialOpen, RefusesAMissingDevice) {
     expectRefused("/no/such/port", PCL_RESULT_FILE_NOT_FOUND, "No such port: /no/such/port");
 }
 
+TEST(SerialOpen, RefusesTheEmptyName) {
+    expectRefused("", PCL_RESULT_FILE_NOT_FOUND, "No such port: ");
+}
+
 TEST(SerialOpen, RefusesAPathThroughAFile) {
     expectRefused("/dev/null/tty", PCL_RESULT_FILE_NOT_FOUND, "No such port: /dev/null/tty");
 }
@@ -189,11 +194,42 @@ TEST(SerialOpen, IsBusyForTheUnprivilegedToo) {
 TEST(SerialOpen, IsBusyWhenAnOutsiderHasItExclusively) {
     Pty pty;
     const Outsider outsider(pty);
-    ASSERT_EQ(ioctl(outsider.fd(), TIOCEXCL), 0);
+    const line_calls::ModemLines line(true);
     expectRefused(pty.name(), PCL_RESULT_DEVICE_BUSY, busy(pty));
-    EXPECT_TRUE(isExclusive(outsider.fd())) << "the outsider's claim must stay";
-    ASSERT_EQ(ioctl(outsider.fd(), TIOCNXCL), 0);
+    EXPECT_TRUE(line.exclusive()) << "the outsider's claim must stay";
     EXPECT_EQ(flock(outsider.fd(), LOCK_EX | LOCK_NB), 0) << "the lock must be gone";
+}
+
+TEST(SerialOpen, MarksALineWithModemLinesAsExclusiveWhileItIsOpen) {
+    Pty pty;
+    const line_calls::ModemLines line(false);
+    PclSerialPort *port = pcl_serial_open(pty.name());
+    EXPECT_TRUE(line.exclusive());
+    pcl_serial_close(&port);
+    EXPECT_FALSE(line.exclusive());
+}
+
+// The mark outlives the process that set it as long as the far end keeps the pseudo-terminal.
+TEST(SerialOpen, NeitherSetsNorHeedsTheExclusiveMarkOfAPseudoTerminal) {
+    Pty pty;
+    const Outsider outsider(pty);
+    PclSerialPort *port = pcl_serial_open(pty.name());
+    EXPECT_FALSE(isExclusive(outsider.fd()));
+    pcl_serial_close(&port);
+    ASSERT_EQ(ioctl(outsider.fd(), TIOCEXCL), 0);
+    EXPECT_NO_FAILURE(port = pcl_serial_open(pty.name()));
+    pcl_serial_close(&port);
+    EXPECT_TRUE(isExclusive(outsider.fd())) << "the outsider's mark must stay";
+}
+
+TEST(SerialOpen, IsFreeAtOnceAfterAProcessThatEndedWithoutClosing) {
+    Pty pty;
+    {
+        const child::Holder holder(
+            [&] { return child::messageOf([&] { pcl_serial_open(pty.name()); }); });
+        ASSERT_EQ(holder.said(), "nothing");
+    }
+    EXPECT_NO_FAILURE(openPort(pty.name()));
 }
 
 TEST(SerialOpen, IsBusyWhenAnOutsiderHasItLocked) {
@@ -201,17 +237,14 @@ TEST(SerialOpen, IsBusyWhenAnOutsiderHasItLocked) {
     const Outsider outsider(pty);
     ASSERT_EQ(flock(outsider.fd(), LOCK_EX | LOCK_NB), 0);
     expectRefused(pty.name(), PCL_RESULT_DEVICE_BUSY, busy(pty));
-    EXPECT_FALSE(isExclusive(outsider.fd()));
 }
 
 TEST(SerialOpen, LeavesTheLineFreeWhenClosed) {
     Pty pty;
     const Outsider outsider(pty);
     PclSerialPort *port = pcl_serial_open(pty.name());
-    EXPECT_TRUE(isExclusive(outsider.fd()));
     EXPECT_NE(flock(outsider.fd(), LOCK_EX | LOCK_NB), 0);
     pcl_serial_close(&port);
-    EXPECT_FALSE(isExclusive(outsider.fd()));
     EXPECT_EQ(flock(outsider.fd(), LOCK_EX | LOCK_NB), 0);
 }
 

@@ -1,6 +1,7 @@
 #include "serial/port.h"
 #include "serial/serial.h"
 #include "tests/serial/child.h"
+#include "tests/serial/line_calls.h"
 #include "tests/serial/open_port.h"
 #include "tests/serial/pty.h"
 #include "tests/support/failures.h"
@@ -27,9 +28,7 @@ protected:
         ASSERT_NO_FAILURE(pcl_serial_configure(port_.get(), &SESSION_SETTINGS));
     }
 
-    /// What was last asked of the line. A pseudo-terminal has no character frame and drops size and
-    /// parity, so that those show here only.
-    const termios &requested() const { return port_->requested; }
+    static const termios &requested() { return line_calls::settings(); }
 
     Pty pty_;
     PortPtr port_ = openPort(pty_.name());
