@@ -1,6 +1,7 @@
 #pragma once
 
 #include "abecs/observer.h"
+#include "abecs/pinpad.h"
 #include "core/exception.h"
 #include "core/guard.h"
 #include "serial/serial.h"
@@ -63,9 +64,10 @@ private:
 std::uint8_t abecs_line_read_answer(PclSerialPort *port, AbecsLinkFraming_e framing);
 void abecs_line_write_control(PclSerialPort *port, AbecsLinkFraming_e framing, std::uint8_t byte);
 
-/// Discards what came before a command is sent: it is late and must not be taken for the
-/// acknowledgement. Raises nothing; a line that is gone shows it at the write that follows.
-void abecs_line_drop_late_input(PclSerialPort *port);
+/// Discards what waits on the line when the exchange before ended in a failure: it is late then and
+/// must not be taken for the acknowledgement of the command to be sent. On a healthy session it is
+/// the answer. Raises nothing; a line that is gone shows it at the write that follows.
+void abecs_line_drop_late_input(AbecsPinpad *pinpad);
 
 /// Discards input until the line has been silent for 0.5 s, then purges both queues.
 void abecs_line_drain(PclSerialPort *port, AbecsLinkFraming_e framing);
@@ -81,8 +83,11 @@ bool abecs_line_is_acknowledged(PclSerialPort *port, AbecsLinkFraming_e framing)
 /// Sends a frame until it is acknowledged, at most 3 times. `writeFrame(line)` writes it whole each
 /// time; `plain` is its body for the observer, with its read position at the start.
 template <typename WriteFrame>
-void abecs_line_send_frame(PclSerialPort *port, AbecsLinkFraming_e framing, bool encrypted,
+void abecs_line_send_frame(AbecsPinpad *pinpad, AbecsLinkFraming_e framing, bool encrypted,
                            AbecsPacket *plain, WriteFrame writeFrame) {
+    PclSerialPort *port = pinpad->port;
+    abecs_line_drop_late_input(pinpad);
+    pinpad->disturbed.store(true);
     pcl_serial_set_timeout(port, ABECS_BYTE_WAIT);
     for (int attempt = 0; attempt < ABECS_MAX_ATTEMPTS; ++attempt) {
         AbecsLine line(port, framing);
@@ -92,6 +97,7 @@ void abecs_line_send_frame(PclSerialPort *port, AbecsLinkFraming_e framing, bool
         writeFrame(line);
         abecs_line_observe_frame(line, ABECS_LINK_FRAME, ABECS_LINK_TO_DEVICE, plain);
         if (abecs_line_is_acknowledged(port, framing)) {
+            pinpad->disturbed.store(false);
             return;
         }
     }
@@ -124,4 +130,16 @@ void abecs_line_receive_frame(AbecsLine &line, ReadFrame readFrame) {
     }
     abecs_line_drain(line.port(), line.framing());
     pcl_raise(PCL_RESULT_TIMEOUT_ERROR, "No response in %d attempts", ABECS_MAX_ATTEMPTS);
+}
+
+/// Reads the frame of an answer. A poll that it did not come to in time disturbs nothing.
+template <typename ReadFrame>
+void abecs_line_receive_answer(AbecsPinpad *pinpad, AbecsLine &line, ReadFrame readFrame) {
+    const bool polled = abecs_pinpad_get_pending(pinpad).text[0] != '\0';
+    const bool before = pinpad->disturbed.exchange(true);
+    const PclFailure failure = pcl_attempt([&] { abecs_line_receive_frame(line, readFrame); });
+    if (polled && failure.code == PCL_RESULT_TIMEOUT_ERROR) {
+        pinpad->disturbed.store(before);
+    }
+    pcl_exception_rethrow(failure.code, failure.message);
 }

@@ -128,11 +128,10 @@ void abecs_link_send_frame(AbecsPinpad *pinpad, AbecsPacket *packet, AbecsPacket
     pcl_guarded([&] {
         abecs_pinpad_pace(pinpad);
         abecs_pinpad_check_not_blocked(pinpad);
-        abecs_line_drop_late_input(pinpad->port);
         char cmdId[ABECS_CMD_ID_LENGTH + 1];
         abecs_packet_get_cmd_id(packet, cmdId, sizeof cmdId);
         AbecsPacket *body = encrypted == nullptr ? packet : encrypted;
-        abecs_line_send_frame(pinpad->port, ABECS_LINK_STANDARD, encrypted != nullptr, packet,
+        abecs_line_send_frame(pinpad, ABECS_LINK_STANDARD, encrypted != nullptr, packet,
                               [&](AbecsLine &line) { writeFrame(line, body); });
         abecs_pinpad_mark_command_time(pinpad);
         if (endsSecureChannel(cmdId)) {
@@ -150,11 +149,12 @@ AbecsPacket *abecs_link_receive_response(AbecsPinpad *pinpad, AbecsPacket *out) 
         const bool pending = abecs_pinpad_get_pending(pinpad).text[0] != '\0';
         const std::uint8_t firstByteWait = pending ? FIRST_BYTE_WAIT_PENDING : FIRST_BYTE_WAIT;
         AbecsLine line(pinpad->port, ABECS_LINK_STANDARD);
-        abecs_line_receive_frame(line, [&](AbecsLine &attempt) {
+        abecs_line_receive_answer(pinpad, line, [&](AbecsLine &attempt) {
             readFrameBody(attempt, firstByteWait, out);
             return crcMatches(attempt, out);
         });
         finishFrame(pinpad, line, out);
+        pinpad->disturbed.store(false);
         return out;
     });
 }
@@ -173,12 +173,14 @@ void abecs_link_abort(AbecsPinpad *pinpad) {
     }
     pcl_guarded([&] {
         std::uint8_t answer = 0;
+        pinpad->disturbed.store(true);
         for (int attempt = 0; attempt < ABECS_MAX_ATTEMPTS; ++attempt) {
             pcl_serial_set_timeout(pinpad->port, ABECS_BYTE_WAIT);
             abecs_line_write_control(pinpad->port, ABECS_LINK_STANDARD, CAN);
             answer = abecs_line_read_answer(pinpad->port, ABECS_LINK_STANDARD);
             if (answer == EOT) {
                 abecs_pinpad_clear_pending(pinpad);
+                pinpad->disturbed.store(false);
                 return;
             }
             abecs_link_drain_input(pinpad->port);

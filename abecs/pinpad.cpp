@@ -39,11 +39,12 @@ AbecsPendingId unpackPendingId(std::uint32_t packed) {
 
 } // namespace
 
-AbecsPinpad *abecs_pinpad_create(const char *portName) {
+AbecsPinpad *abecs_pinpad_create(const char *portName, const PclInterrupt *interrupt) {
     return pcl_guarded<AbecsPinpad *>(nullptr, [&] {
         AbecsPinpadPtr pinpad(new (pcl_malloc(sizeof(AbecsPinpad), 0)) AbecsPinpad);
         pinpad->port = pcl_serial_open(portName);
         pcl_serial_configure(pinpad->port, &LINE_SETTINGS);
+        pcl_serial_set_interrupt(pinpad->port, interrupt);
         abecs_link_drain_input(pinpad->port);
         abecs_link_abort(pinpad.get());
         abecs_pinpad_mark_command_time(pinpad.get());

@@ -29,14 +29,17 @@ struct AbecsPinpad {
     std::uint8_t secure = 0;
     /// The four characters of the pending identifier, first one in the low byte.
     std::atomic<std::uint32_t> pendingCmdId{0};
+    /// Whether the last exchange ended in a failure: what lies on the line then came late.
+    std::atomic<bool> disturbed{false};
     std::uint64_t minInterval = 0;
     std::uint64_t lastCommandTime = 0;
 };
 
 /// Opens the port at 19200 baud 8N1 without flow control and resets the PIN pad with CAN/EOT. The
 /// caller owns the session. On a failure (those of the port, "Timeout waiting for data",
-/// "Protocol error (expected EOT, read 0x%x)") the port is closed again.
-AbecsPinpad *abecs_pinpad_create(const char *portName);
+/// "Protocol error (expected EOT, read 0x%x)") the port is closed again. An interrupt, which has to
+/// outlive the session unless the port is told of another one, ends it with a failure of the port.
+AbecsPinpad *abecs_pinpad_create(const char *portName, const PclInterrupt *interrupt = nullptr);
 
 /// Purges and closes the port, wipes the key, frees the session and clears the caller's variable. A
 /// failure of the port is raised when all that is done. Null is ignored.

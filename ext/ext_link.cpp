@@ -89,8 +89,7 @@ void abecs_ext_send_packet(AbecsPinpad *pinpad, AbecsPacket *packet) {
     pcl_guarded([&] {
         abecs_pinpad_pace(pinpad);
         abecs_pinpad_check_not_blocked(pinpad);
-        abecs_line_drop_late_input(pinpad->port);
-        abecs_line_send_frame(pinpad->port, ABECS_LINK_EXTENSION, false, packet,
+        abecs_line_send_frame(pinpad, ABECS_LINK_EXTENSION, false, packet,
                               [&](AbecsLine &line) { writeFrame(line, packet); });
         abecs_pinpad_mark_command_time(pinpad);
     });
@@ -107,8 +106,10 @@ AbecsPacket *abecs_ext_receive_packet(AbecsPinpad *pinpad, AbecsPacket *out) {
     }
     return pcl_guarded(out, [&] {
         AbecsLine line(pinpad->port, ABECS_LINK_EXTENSION);
-        abecs_line_receive_frame(line, [&](AbecsLine &attempt) { return readFrame(attempt, out); });
+        abecs_line_receive_answer(pinpad, line,
+                                  [&](AbecsLine &attempt) { return readFrame(attempt, out); });
         abecs_line_observe_frame(line, ABECS_LINK_FRAME, ABECS_LINK_FROM_DEVICE, out);
+        pinpad->disturbed.store(false);
         return out;
     });
 }

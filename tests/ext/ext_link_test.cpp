@@ -110,15 +110,36 @@ TEST_F(ExtLink, KeepsTheTimeOfTheLastAcknowledgement) {
     EXPECT_EQ(1U, pinpad()->lastCommandTime);
 }
 
-TEST_F(ExtLink, DoesNotTakeWhatCameBeforeTheRequestForItsVerdict) {
-    m_peer.play([](Peer &line) { line.write(NAK + ACK + bytes("late")); });
+TEST_F(ExtLink, TakesWhatWaitsOnAHealthySessionForTheVerdict) {
+    lieOnLine(NAK + NAK + NAK);
+    m_peer.play([](Peer &line) {
+        for (int attempt = 0; attempt < 3; ++attempt) {
+            line.expect(frame("MF01"));
+        }
+        line.expectSilence(50ms);
+    });
+    EXPECT_FAILURE(send(bytes("MF01")), PCL_RESULT_PROTOCOL_ERROR, "Packet was rejected");
+}
+
+TEST_F(ExtLink, DiscardsWhatWaitsAfterAFailure) {
+    m_peer.play([](Peer &line) { line.write(ACK); });
+    EXPECT_FAILURE(receive(), PCL_RESULT_PROTOCOL_ERROR, "Protocol error (expected STX, read 0x6)");
     m_peer.finish();
-    const auto waiting = [&] { return pcl_serial_bytes_available(pinpad()->port); };
-    for (int i = 0; i < 1000 && waiting() < 6; ++i) {
-        pcl_sleep_millis(1);
-    }
-    ASSERT_EQ(6U, waiting());
+    lieOnLine(NAK + ACK + bytes("late"));
     expectExchangeWorks();
+}
+
+TEST_F(ExtLink, TakesWhatWaitsAfterAPollInVainForTheVerdict) {
+    ASSERT_NO_FAILURE(abecs_ext_set_pending(pinpad(), "QR01"));
+    EXPECT_FAILURE(receive(), PCL_RESULT_TIMEOUT_ERROR, "Timeout waiting for data");
+    ASSERT_NO_FAILURE(abecs_ext_clear_pending(pinpad()));
+    lieOnLine(ACK);
+    m_peer.play([](Peer &line) {
+        line.expect(frame("MF01"));
+        line.expectSilence(50ms);
+    });
+    EXPECT_NO_FAILURE(send(bytes("MF01")));
+    m_peer.finish();
 }
 
 TEST_F(ExtLink, RefusesAnotherVerdictAndDrains) {

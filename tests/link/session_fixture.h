@@ -115,6 +115,14 @@ protected:
         ASSERT_EQ(count, pcl_serial_bytes_available(pinpad()->port));
     }
 
+    // The far end has said this before the next command begins.
+    void lieOnLine(const Bytes &input) {
+        m_peer.finish();
+        m_peer.play([input](Peer &line) { line.write(input); });
+        m_peer.finish();
+        waitForInput(input.size());
+    }
+
     // After whatever came before, a plain exchange works.
     void expectUsable() {
         m_peer.finish();
