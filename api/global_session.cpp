@@ -4,26 +4,37 @@
 #include "abecs/secure_channel.h"
 #include "core/exception.h"
 #include "core/guard.h"
+#include "serial/interrupt.h"
 
 #include <atomic>
 #include <memory>
 #include <thread>
+#include <utility>
 
 namespace {
 
 // A session and how many use it: the global variable itself, and aborts that are running.
 struct SharedSession {
-    AbecsPinpad *pinpad;
+    AbecsPinpadPtr pinpad;
     std::atomic<int> users{1};
+    bool openFailed = true; // until OPN has been answered
 
-    explicit SharedSession(AbecsPinpad *session) : pinpad(session) {}
+    explicit SharedSession(AbecsPinpadPtr session) : pinpad(std::move(session)) {}
 };
 
 std::atomic<SharedSession *> globalSession{nullptr};
+std::atomic<PclInterrupt *> creation{nullptr}; // ends the creation of a session that is under way
 std::atomic<std::uint8_t> abortFlag{0};
 
-// How many aborts are between reading the global session and counting themselves as its users.
+// How many aborts are between reading one of these pointers and having counted themselves as users
+// of what it points to, or being done with it.
 std::atomic<int> pinning{0};
+
+void awaitPinning() {
+    while (pinning.load() != 0) {
+        std::this_thread::yield();
+    }
+}
 
 SharedSession *pin() {
     pinning.fetch_add(1);
@@ -35,9 +46,19 @@ SharedSession *pin() {
     return session;
 }
 
+bool interruptCreation() {
+    pinning.fetch_add(1);
+    PclInterrupt *interrupt = creation.load();
+    if (interrupt != nullptr) {
+        interrupt->raise();
+    }
+    pinning.fetch_sub(1);
+    return interrupt != nullptr;
+}
+
 void release(SharedSession *session) {
     if (session != nullptr && session->users.fetch_sub(1) == 1) {
-        AbecsPinpad *pinpad = session->pinpad;
+        AbecsPinpad *pinpad = session->pinpad.release();
         delete session;
         abecs_pinpad_destroy(&pinpad);
     }
@@ -45,46 +66,55 @@ void release(SharedSession *session) {
 
 // To be called with a session that is the global one no longer.
 void retire(SharedSession *session) {
-    while (pinning.load() != 0) {
-        std::this_thread::yield();
-    }
+    awaitPinning();
     release(session);
 }
 
-// A session whose line is gone is of no use, and while its port is open the system keeps the
-// device's name from coming back.
-void dropDeadSession() {
-    SharedSession *session = globalSession.load();
-    if (session != nullptr && pcl_serial_is_gone(session->pinpad->port)) {
+// The next open finds the port free of a session that was never opened. One whose line is gone
+// would keep the system from giving the device's name to it again.
+void dropUselessSession() {
+    const SharedSession *session = globalSession.load();
+    if (session != nullptr && (session->openFailed || pcl_serial_is_gone(session->pinpad->port))) {
         static_cast<void>(pcl_attempt([] { pinpad_session_drop(); }));
     }
+}
+
+// Creates a session, unless an abort ends it: a line that never falls silent would keep the thread
+// for ever.
+AbecsPinpadPtr create(const char *portName) {
+    PclInterrupt interrupt;
+    AbecsPinpadPtr pinpad;
+    creation.store(&interrupt);
+    const PclFailure failure =
+        pcl_attempt([&] { pinpad.reset(abecs_pinpad_create(portName, &interrupt)); });
+    creation.store(nullptr);
+    awaitPinning();
+    if (interrupt.isRaised()) {
+        pinpad.reset();
+        pcl_raise(PCL_RESULT_ILLEGAL_STATE, "Open was aborted");
+    }
+    pcl_exception_rethrow(failure.code, failure.message);
+    pcl_serial_set_interrupt(pinpad->port, nullptr);
+    return pinpad;
 }
 
 } // namespace
 
 AbecsRspStat_e pinpad_session_open(const char *portName, std::uint8_t secureFlag) {
-    dropDeadSession();
-    AbecsPinpadPtr pinpad(abecs_pinpad_create(portName));
-    auto created = std::make_unique<SharedSession>(pinpad.get());
-    static_cast<void>(pinpad.release());
-    SharedSession *opening = created.release();
-    SharedSession *earlier = globalSession.exchange(opening);
-    AbecsRspStat_e status = ABECS_RSP_STAT_ST_INTERR;
-    const PclFailure failure =
-        pcl_attempt([&] { status = abecs_open(opening->pinpad, secureFlag); });
-    if (failure) {
-        globalSession.store(earlier);
-        static_cast<void>(pcl_attempt([&] { retire(opening); }));
-        pcl_exception_rethrow(failure.code, failure.message);
+    return pcl_guarded(ABECS_RSP_STAT_ST_INTERR, [&] {
+        dropUselessSession();
+        SharedSession *session = new SharedSession(create(portName));
+        SharedSession *earlier = globalSession.exchange(session);
+        static_cast<void>(pcl_attempt([&] { retire(earlier); }));
+        const AbecsRspStat_e status = abecs_open(session->pinpad.get(), secureFlag);
+        session->openFailed = false;
         return status;
-    }
-    static_cast<void>(pcl_attempt([&] { retire(earlier); }));
-    return status;
+    });
 }
 
 AbecsPinpad *pinpad_session() {
     SharedSession *session = globalSession.load();
-    return session == nullptr ? nullptr : session->pinpad;
+    return session == nullptr ? nullptr : session->pinpad.get();
 }
 
 void pinpad_session_drop() {
@@ -93,9 +123,12 @@ void pinpad_session_drop() {
 
 void pinpad_session_abort() {
     abortFlag.store(1);
+    if (interruptCreation()) {
+        return;
+    }
     SharedSession *session = pin();
-    const PclFailure failure =
-        pcl_attempt([&] { abecs_link_abort(session == nullptr ? nullptr : session->pinpad); });
+    const PclFailure failure = pcl_attempt(
+        [&] { abecs_link_abort(session == nullptr ? nullptr : session->pinpad.get()); });
     static_cast<void>(pcl_attempt([&] { release(session); }));
     pcl_exception_rethrow(failure.code, failure.message);
 }

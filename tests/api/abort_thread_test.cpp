@@ -7,6 +7,11 @@
 #include <mutex>
 #include <thread>
 
+#include <fcntl.h>
+#include <stdlib.h>
+#include <termios.h>
+#include <unistd.h>
+
 namespace {
 
 using namespace std::chrono_literals;
@@ -90,8 +95,100 @@ TEST_F(Exports, AbortsThatOverlapACloseDoNoHarm) {
     expectWholeSession(1);
 }
 
+// A line that has nothing to do with a PIN pad, on which somebody talks all the time or never.
+class ForeignLine : public Exports {
+protected:
+    void SetUp() override {
+        Exports::SetUp();
+        m_far = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
+        ASSERT_GE(m_far, 0);
+        ASSERT_EQ(0, grantpt(m_far));
+        ASSERT_EQ(0, unlockpt(m_far));
+        m_port = ptsname(m_far);
+        // Raw from the start, so that nothing is echoed.
+        m_near = ::open(m_port.c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC);
+        termios line{};
+        ASSERT_EQ(0, tcgetattr(m_near, &line));
+        cfmakeraw(&line);
+        ASSERT_EQ(0, tcsetattr(m_near, TCSANOW, &line));
+    }
+    void TearDown() override {
+        fallSilent();
+        ::close(m_near);
+        ::close(m_far);
+        Exports::TearDown();
+    }
+
+    void talk() {
+        m_talking = true;
+        m_talker = std::thread([this] {
+            while (m_talking) {
+                static_cast<void>(!::write(m_far, "$GPGGA,", 7));
+                std::this_thread::sleep_for(1ms);
+            }
+        });
+    }
+    void fallSilent() {
+        m_talking = false;
+        if (m_talker.joinable()) {
+            m_talker.join();
+        }
+    }
+
+    // An abort after so long ends the opening, and raises nothing itself.
+    void expectEndedByAnAbort(std::chrono::milliseconds after) {
+        auto aborted = std::chrono::steady_clock::now();
+        std::thread canceller([&] {
+            std::this_thread::sleep_for(after);
+            aborted = std::chrono::steady_clock::now();
+            library.abort();
+        });
+        EXPECT_EQ(PINPAD_FAILED, library.open(m_port.c_str(), 0));
+        const auto ended = std::chrono::steady_clock::now();
+        canceller.join();
+        EXPECT_GT(ended, aborted);
+        EXPECT_LT(ended - aborted, 1s);
+        expectFailure(PINPAD_ERROR_ILLEGAL_STATE, "[PCL_RESULT_ILLEGAL_STATE] Open was aborted");
+    }
+
+    std::string m_port;
+
+private:
+    int m_far = -1;
+    int m_near = -1;
+    std::atomic<bool> m_talking{false};
+    std::thread m_talker;
+};
+
+TEST_F(ForeignLine, AnAbortEndsTheOpeningOfOneThatNeverFallsSilent) {
+    talk();
+    const std::size_t before = openDescriptors();
+    expectEndedByAnAbort(1500ms);
+    EXPECT_EQ(before, openDescriptors());
+    expectEndedByAnAbort(100ms);
+    library.abort();
+    expectFailure(PINPAD_ERROR_ILLEGAL_ARGUMENT, "[PCL_RESULT_ILLEGAL_ARGUMENT] pinpad is NULL");
+}
+
+TEST_F(ForeignLine, AnAbortEndsTheWaitForTheAnswerToTheReset) {
+    expectEndedByAnAbort(800ms);
+}
+
+TEST_F(ForeignLine, AnAbortOfItsOpeningLeavesTheEarlierSession) {
+    plugIn();
+    open(1);
+    device->clear_logs();
+    talk();
+    expectEndedByAnAbort(200ms);
+    EXPECT_TRUE(device->host_bytes().empty());
+    expectCapture();
+    EXPECT_EQ(PINPAD_OK, library.close("BYE"));
+    expectNoFailure();
+}
+
 TEST_F(Exports, TheHandlerMayBeSetFromAnotherThread) {
     std::atomic<bool> over{false};
+    raised = 0;
     library.setHandler(count);
     std::thread setter([&] {
         while (!over) {

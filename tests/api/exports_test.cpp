@@ -96,19 +96,6 @@ TEST_F(Exports, OpeningAnOpenPortFailsAndKeepsTheSession) {
     expectNoFailure();
 }
 
-TEST_F(Exports, AFailedOpenLeavesTheEarlierSessionAndFreesItsPort) {
-    plugIn();
-    open(0);
-    sim::Simulator mute("reply OPN id XYZ\n");
-    const std::size_t before = openDescriptors();
-    EXPECT_EQ(PINPAD_FAILED, library.open(mute.port().c_str(), 0));
-    expectFailure(PINPAD_ERROR_PROTOCOL, "[PCL_RESULT_PROTOCOL_ERROR] (OPN) Invalid RSP_ID: XYZ");
-    EXPECT_EQ(before, openDescriptors());
-    EXPECT_EQ(PINPAD_OK, library.close("STILL HERE"));
-    expectNoFailure();
-    EXPECT_EQ("STILL HERE", device->snapshot().idle_message);
-}
-
 TEST_F(Exports, OpeningAnotherPortReplacesTheSession) {
     plugIn();
     open(1);

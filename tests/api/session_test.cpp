@@ -22,21 +22,51 @@ protected:
         expectFailure(PINPAD_ERROR_ILLEGAL_STATE, NOT_SENT);
     }
     std::size_t sentByHost() const { return device->host_bytes().size(); }
+    sim::Bytes firstSent(std::size_t count) const {
+        sim::Bytes sent = device->host_bytes();
+        sent.resize(count);
+        return sent;
+    }
 
-    // The open fails with just this, keeps the earlier session alive and the port it tried free.
-    void expectFailedOpen(const std::string &scenario, std::uint8_t secure, std::int32_t code,
-                          const std::string &message) {
+    // No session is created, for just this reason: the earlier one goes on and the port is free.
+    void expectFailedCreation(const std::string &scenario, std::int32_t code,
+                              const std::string &message) {
         SCOPED_TRACE(scenario);
         sim::Simulator faulty(scenario);
         const std::size_t before = openDescriptors();
-        EXPECT_EQ(PINPAD_FAILED, library.open(faulty.port().c_str(), secure));
+        EXPECT_EQ(PINPAD_FAILED, library.open(faulty.port().c_str(), 1));
         expectFailure(code, message);
         EXPECT_EQ(before, openDescriptors());
         expectCapture();
-        EXPECT_EQ(PINPAD_OK, library.open(faulty.port().c_str(), secure));
+        EXPECT_EQ(PINPAD_OK, library.open(faulty.port().c_str(), 1));
         EXPECT_EQ(PINPAD_OK, library.close("FREE"));
         expectNoFailure();
         EXPECT_EQ("FREE", faulty.snapshot().idle_message);
+    }
+
+    // The opening command fails, for just this reason: the new session is the global one all the
+    // same, in clear, the earlier one is gone, and opening again works.
+    void expectFailedOpening(const std::string &scenario, std::uint8_t secure, std::int32_t code,
+                             const std::string &message) {
+        SCOPED_TRACE(scenario);
+        plugIn();
+        open(1);
+        std::unique_ptr<sim::Simulator> earlier = std::move(device);
+        plugIn(scenario);
+        const std::size_t before = openDescriptors();
+        EXPECT_EQ(PINPAD_FAILED, library.open(port().c_str(), secure));
+        expectFailure(code, message);
+        EXPECT_EQ(before, openDescriptors());
+        device->clear_logs();
+        expectCapture();
+        EXPECT_EQ((sim::Bytes{0x16, 'G', 'C', 'D'}), firstSent(4));
+        open(secure);
+        expectCapture();
+        EXPECT_EQ(PINPAD_OK, library.close("AGAIN"));
+        expectNoFailure();
+        EXPECT_EQ("AGAIN", device->snapshot().idle_message);
+        device = std::move(earlier);
+        expectWholeSession();
     }
 };
 
@@ -64,29 +94,51 @@ TEST_F(Session, AnOpenThatTheDeviceRefusesLeavesASession) {
     plugIn("status OPN 010\n");
     EXPECT_EQ(PINPAD_STATUS_INVCALL, library.open(port().c_str(), 0));
     expectNoFailure();
+    EXPECT_EQ(PINPAD_FAILED, library.open(port().c_str(), 0));
+    expectFailure(PINPAD_ERROR_DEVICE_BUSY, "[PCL_RESULT_DEVICE_BUSY] Port is busy: " + port());
     expectCapture();
     EXPECT_EQ(PINPAD_OK, library.close(nullptr));
     expectNoFailure();
 }
 
-TEST_F(Session, AFailedOpenKeepsTheEarlierOneAndFreesThePort) {
+TEST_F(Session, AFailedCreationKeepsTheEarlierOneAndFreesThePort) {
     plugIn();
     open(0);
-    expectFailedOpen("fault can silent\n", 0, PINPAD_ERROR_TIMEOUT, SILENCE);
+    expectFailedCreation("fault can silent\n", PINPAD_ERROR_TIMEOUT, SILENCE);
     open(1);
-    expectFailedOpen("fault can times 3 byte 15\n", 1, PINPAD_ERROR_PROTOCOL,
-                     "[PCL_RESULT_PROTOCOL_ERROR] Protocol error (expected EOT, read 0x15)");
-    open(0);
-    expectFailedOpen("fault ack OPN nak times 3\n", 0, PINPAD_ERROR_PROTOCOL,
-                     "[PCL_RESULT_PROTOCOL_ERROR] Packet was rejected");
-    open(1);
-    expectFailedOpen("fault ack OPN silent\n", 0, PINPAD_ERROR_TIMEOUT, SILENCE);
-    open(0);
-    expectFailedOpen("fault opn block-type 01\n", 1, PINPAD_ERROR_PROTOCOL,
-                     "[PCL_RESULT_PROTOCOL_ERROR] (OPN) Invalid PCKS#1 block header");
-    open(1);
-    expectFailedOpen("reply OPN nth 1 body \"OPN00\"\n", 1, PINPAD_ERROR_PROTOCOL,
-                     "[PCL_RESULT_PROTOCOL_ERROR] Unrecognized response");
+    expectFailedCreation("fault can times 3 byte 15\n", PINPAD_ERROR_PROTOCOL,
+                         "[PCL_RESULT_PROTOCOL_ERROR] Protocol error (expected EOT, read 0x15)");
+}
+
+TEST_F(Session, AFailedOpeningLeavesItForCommandsAndForTheNextOpen) {
+    expectFailedOpening("fault ack OPN nak times 3\n", 0, PINPAD_ERROR_PROTOCOL,
+                        "[PCL_RESULT_PROTOCOL_ERROR] Packet was rejected");
+    expectFailedOpening("fault ack OPN silent\n", 1, PINPAD_ERROR_TIMEOUT, SILENCE);
+    expectFailedOpening("fault opn block-type 01\n", 1, PINPAD_ERROR_PROTOCOL,
+                        "[PCL_RESULT_PROTOCOL_ERROR] (OPN) Invalid PCKS#1 block header");
+    expectFailedOpening("reply OPN nth 1 body \"OPN00\"\n", 1, PINPAD_ERROR_PROTOCOL,
+                        "[PCL_RESULT_PROTOCOL_ERROR] Unrecognized response");
+    expectFailedOpening("reply OPN nth 1 id XYZ\n", 0, PINPAD_ERROR_PROTOCOL,
+                        "[PCL_RESULT_PROTOCOL_ERROR] (OPN) Invalid RSP_ID: XYZ");
+}
+
+TEST_F(Session, OneWhoseOpeningFailedGoesWhenAnotherPortIsOpened) {
+    plugIn("fault ack OPN silent\n");
+    const std::size_t before = openDescriptors();
+    EXPECT_EQ(PINPAD_FAILED, library.open(port().c_str(), 0));
+    expectFailure(PINPAD_ERROR_TIMEOUT, SILENCE);
+    EXPECT_EQ(before + 1, openDescriptors());
+    EXPECT_EQ(PINPAD_FAILED, library.open("ttyNoSuchPort7", 0));
+    expectFailure(PINPAD_ERROR_FILE_NOT_FOUND,
+                  "[PCL_RESULT_FILE_NOT_FOUND] No such port: ttyNoSuchPort7");
+    EXPECT_EQ(before, openDescriptors());
+    library.abort();
+    expectFailure(PINPAD_ERROR_ILLEGAL_ARGUMENT, "[PCL_RESULT_ILLEGAL_ARGUMENT] pinpad is NULL");
+}
+
+TEST_F(Session, ThePortWithoutANameDoesNotExist) {
+    EXPECT_EQ(PINPAD_FAILED, library.open("", 0));
+    expectFailure(PINPAD_ERROR_FILE_NOT_FOUND, "[PCL_RESULT_FILE_NOT_FOUND] No such port: ");
 }
 
 TEST_F(Session, AnOpenThatFindsALineGoneFails) {

@@ -114,10 +114,17 @@ PINPAD_API void PINPAD_CALL pcl_exception_set_uncaught_handler(PinpadUncaughtHan
  * PIN pad is doing, and opens the session. Takes half a second at least; a secure open also
  * generates an RSA-2048 key pair, which takes a moment of computing.
  *
- * A failed open leaves the session as it was before, and the port it tried closed. A second open
- * on another port ends the first session without telling its PIN pad; on the same port it fails
- * with PINPAD_ERROR_DEVICE_BUSY. A session whose line is gone (cable pulled) is dropped first, so
- * that opening again is all it takes when the cable is back.
+ * When no session can be created (the port does not open, nothing answers the first byte), an
+ * earlier session goes on and the port that was tried is closed. Once it is created it is the
+ * session, whatever the PIN pad makes of being opened; an earlier one on another port ends without
+ * its PIN pad being told, and its port is free. If the opening then fails, commands go out on the
+ * new session in clear; to open again, call PP_Open again, which drops it first. It also drops a
+ * session whose line is gone (cable pulled), so that opening again is all it takes when the cable
+ * is back. Any other open of the port in use fails with PINPAD_ERROR_DEVICE_BUSY, also when the
+ * PIN pad had refused to be opened with a status.
+ *
+ * A line on which something talks all the time (a scale, another device on the wrong port) keeps
+ * PP_Open waiting for silence. PP_Abort on another thread ends that within a second.
  *
  * @param portName the port: a name such as "ttyUSB0", or a path such as "/dev/ttyUSB0"; on Windows
  *                 a name such as "COM3"
@@ -128,15 +135,18 @@ PINPAD_API void PINPAD_CALL pcl_exception_set_uncaught_handler(PinpadUncaughtHan
  *
  * Failures: PINPAD_ERROR_ILLEGAL_ARGUMENT (null name), PINPAD_ERROR_DEVICE_BUSY "Port is busy: %s",
  * PINPAD_ERROR_FILE_NOT_FOUND "No such port: %s", PINPAD_ERROR_IO "Invalid serial port: %s" and
- * errors of the line, PINPAD_ERROR_TIMEOUT, PINPAD_ERROR_PROTOCOL, PINPAD_ERROR_CRYPT.
+ * errors of the line, PINPAD_ERROR_ILLEGAL_STATE "Open was aborted" (by PP_Abort),
+ * PINPAD_ERROR_TIMEOUT, PINPAD_ERROR_PROTOCOL, PINPAD_ERROR_CRYPT.
  */
 PINPAD_API int32_t PINPAD_CALL PP_Open(const char *portName, uint8_t secure);
 
 /**
  * @brief Closes the session and leaves a message on the display.
  *
- * Ends the secure channel, closes the port and wipes the key. When it fails, the session and the
- * port stay open, though no longer secure once the PIN pad has acknowledged the command.
+ * Ends the secure channel, closes the port and wipes the key. When the command fails, the session
+ * and the port stay open, though no longer secure once the PIN pad has acknowledged it. When the
+ * PIN pad has answered and only the port then fails to be purged or closed (PINPAD_ERROR_IO
+ * "PurgeComm() error: %i", "CloseHandle() error: %i"), the session is gone all the same.
  *
  * @param message at most 32 characters 0x20..0xFF; null or "" clears the display
  * @return PINPAD_OK or the PIN pad's status (the session is closed in either case); PINPAD_FAILED
@@ -163,7 +173,11 @@ PINPAD_API int32_t PINPAD_CALL PP_CloseExtended(const char *dspMsg, const char *
  *
  * May be called from a second thread to end a wait of the first one; the call that was waiting then
  * ends with a failure of its own or runs into its timeout, and either call may see the PIN pad's
- * answer. Do not call PP_Open or PP_Close while an abort is running.
+ * answer. Do not call PP_Close while an abort is running, nor PP_Open.
+ *
+ * While PP_Open is creating a session on another thread, PP_Abort ends that instead: PP_Open fails
+ * with "Open was aborted" within a second, an earlier session is left alone, and PP_Abort itself
+ * fails with nothing.
  *
  * Failures: PINPAD_ERROR_ILLEGAL_ARGUMENT "pinpad is NULL" (no session), PINPAD_ERROR_TIMEOUT (no
  * answer within 2 s), PINPAD_ERROR_PROTOCOL, PINPAD_ERROR_IO.
