@@ -124,21 +124,3 @@ AbecsPacket *abecs_cmd_builder_build(AbecsCmdBuilder *builder, AbecsPacket *out)
         return out;
     });
 }
-
-char *abecs_packet_get_cmd_id(AbecsPacket *packet, char *out, std::size_t sizeOut) {
-    if (packet == nullptr) {
-        pcl_raise(PCL_RESULT_ILLEGAL_ARGUMENT, "'packet' is NULL");
-        return out;
-    }
-    if (out == nullptr) {
-        pcl_raise(PCL_RESULT_ILLEGAL_ARGUMENT, "'out' is NULL");
-        return out;
-    }
-    return pcl_guarded(out, [&] {
-        AbecsPacketMark start;
-        abecsPacketMark(packet, &start);
-        abecsFieldGetAlpha(packet, out, sizeOut, ABECS_CMD_ID_LENGTH, 0);
-        abecsPacketRestore(packet, &start);
-        return out;
-    });
-}

@@ -14,8 +14,6 @@ struct AbecsCmdBuilder;
 /// The largest length that the three digits of a block's length field can say.
 inline constexpr std::uint32_t ABECS_BLOCK_CAPACITY = 999;
 
-inline constexpr std::size_t ABECS_CMD_ID_LENGTH = 3;
-
 /// An empty builder, owned by the caller.
 AbecsCmdBuilder *abecs_cmd_builder_create();
 void abecs_cmd_builder_destroy(AbecsCmdBuilder **builder);
@@ -36,6 +34,3 @@ void abecs_cmd_builder_add_param(AbecsCmdBuilder *builder, AbecsParam *param);
 /// Writes the body into `out`, whose content is dropped, and empties the builder. Returns `out`.
 /// PCL_RESULT_ILLEGAL_STATE "Builder does not have assigned a command id" without an identifier.
 AbecsPacket *abecs_cmd_builder_build(AbecsCmdBuilder *builder, AbecsPacket *out);
-
-/// Copies the identifier of a built packet into `out` (4 bytes or more) without consuming it.
-char *abecs_packet_get_cmd_id(AbecsPacket *packet, char *out, std::size_t sizeOut);

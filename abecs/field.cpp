@@ -1,7 +1,5 @@
 #include "abecs/field.h"
 
-#include "abecs/packet.h"
-#include "abecs/param.h"
 #include "abecs/text_check.h"
 #include "core/exception.h"
 #include "core/guard.h"
@@ -154,10 +152,6 @@ AbecsField::AbecsField(PclBuffer *buffer) : m_buffer(buffer) {
         pcl_raise(PCL_RESULT_ILLEGAL_ARGUMENT, "buffer is NULL");
     }
 }
-
-AbecsField::AbecsField(AbecsPacket *packet) : m_buffer(abecsPacketBuffer(packet)) {}
-
-AbecsField::AbecsField(AbecsParam *param) : m_buffer(abecsParamBuffer(param)) {}
 
 void abecsFieldPutAlpha(AbecsField to, const char *text, std::size_t fieldLen,
                         std::uint8_t allowCR) {

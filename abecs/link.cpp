@@ -1,6 +1,5 @@
 #include "abecs/link.h"
 
-#include "abecs/cmd_builder.h"
 #include "abecs/crc16.h"
 #include "abecs/line.h"
 #include "abecs/secure_channel.h"

@@ -38,6 +38,8 @@ PclBuffer *abecsPacketBuffer(AbecsPacket *packet) {
     return packet->buffer;
 }
 
+AbecsField::AbecsField(AbecsPacket *packet) : m_buffer(abecsPacketBuffer(packet)) {}
+
 void abecsPacketClear(AbecsPacket *packet) {
     if (PclBuffer *buffer = abecsPacketBuffer(packet); buffer != nullptr) {
         pcl_buffer_clear(buffer);
@@ -104,5 +106,23 @@ void abecsPacketReadParam(AbecsPacket *packet, AbecsParam *param) {
         for (std::uint32_t i = 0; i < length; ++i) {
             abecsParamWriteByte(param, abecsPacketReadByte(packet));
         }
+    });
+}
+
+char *abecs_packet_get_cmd_id(AbecsPacket *packet, char *out, std::size_t sizeOut) {
+    if (packet == nullptr) {
+        pcl_raise(PCL_RESULT_ILLEGAL_ARGUMENT, "'packet' is NULL");
+        return out;
+    }
+    if (out == nullptr) {
+        pcl_raise(PCL_RESULT_ILLEGAL_ARGUMENT, "'out' is NULL");
+        return out;
+    }
+    return pcl_guarded(out, [&] {
+        AbecsPacketMark start;
+        abecsPacketMark(packet, &start);
+        abecsFieldGetAlpha(packet, out, sizeOut, ABECS_CMD_ID_LENGTH, 0);
+        abecsPacketRestore(packet, &start);
+        return out;
     });
 }

@@ -16,6 +16,8 @@ using AbecsPacketMark = PclBufferState;
 
 inline constexpr std::uint32_t ABECS_PACKET_CAPACITY = 2044;
 
+inline constexpr std::size_t ABECS_CMD_ID_LENGTH = 3;
+
 /// The caller owns the packet and releases it with abecsPacketDestroy.
 AbecsPacket *abecsPacketCreate();
 void abecsPacketDestroy(AbecsPacket **packet);
@@ -42,6 +44,9 @@ void abecsPacketWriteParam(AbecsPacket *packet, AbecsParam *param);
 /// "Malformed parameter (expected data length: %u, available: %u)" when its value is longer than
 /// what is left of the packet.
 void abecsPacketReadParam(AbecsPacket *packet, AbecsParam *param);
+
+/// Copies the identifier of a command's body into `out` (4 bytes or more) without consuming it.
+char *abecs_packet_get_cmd_id(AbecsPacket *packet, char *out, std::size_t sizeOut);
 
 /// The buffer behind the packet, owned by it.
 PclBuffer *abecsPacketBuffer(AbecsPacket *packet);

@@ -47,6 +47,8 @@ PclBuffer *abecsParamBuffer(AbecsParam *param) {
     return isGiven(param) ? param->value : nullptr;
 }
 
+AbecsField::AbecsField(AbecsParam *param) : m_buffer(abecsParamBuffer(param)) {}
+
 std::uint16_t abecsParamGetId(AbecsParam *param) {
     return isGiven(param) ? param->id : std::uint16_t{0};
 }

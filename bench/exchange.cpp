@@ -6,7 +6,7 @@
 #include "abecs/commands/media.h"
 #include "abecs/pinpad.h"
 #include "core/owned.h"
-#include "core/string.h"
+#include "core/string_list.h"
 
 #include <array>
 #include <cstdio>

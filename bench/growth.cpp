@@ -8,7 +8,7 @@
 #include "abecs/pinpad.h"
 #include "abecs/response_parser.h"
 #include "core/owned.h"
-#include "core/string.h"
+#include "core/string_list.h"
 
 #include <cstdio>
 #include <memory>

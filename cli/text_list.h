@@ -3,7 +3,7 @@
 #include "cli/problem.h"
 #include "core/list.h"
 #include "core/owned.h"
-#include "core/string.h"
+#include "core/string_list.h"
 
 #include <string>
 #include <vector>

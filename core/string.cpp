@@ -1,9 +1,7 @@
 #include "core/string.h"
 
 #include "core/exception.h"
-#include "core/list.h"
 #include "core/memory.h"
-#include "core/set.h"
 
 #include <cstdio>
 #include <cstring>
@@ -56,13 +54,4 @@ void *PCL_CALL pcl_string_copy(const void *text) {
 
 void PCL_CALL pcl_string_delete(void *text) {
     pcl_memdup_free(text);
-}
-
-PclList *pcl_string_list_create() {
-    return pcl_list_create(&pcl_string_copy, &pcl_string_delete, &pcl_string_equals);
-}
-
-PclSet *pcl_string_set_create(std::int32_t initialCapacity) {
-    return pcl_set_create(initialCapacity, &pcl_string_hash, &pcl_string_equals, &pcl_string_copy,
-                          &pcl_string_delete);
 }

@@ -6,9 +6,6 @@
 #include <cstddef>
 #include <cstdint>
 
-struct PclList;
-struct PclSet;
-
 /// Formats into `to`, cutting what does not fit in `size` bytes; the last byte is always NUL.
 /// Returns `to`. Raises PCL_RESULT_ILLEGAL_ARGUMENT "'to' is NULL" and
 /// "'to' and 'format' points to the same buffer".
@@ -26,9 +23,3 @@ bool PCL_CALL pcl_string_equals(const void *left, const void *right);
 /// A copy of the text, to be released with pcl_string_delete; null for null.
 void *PCL_CALL pcl_string_copy(const void *text);
 void PCL_CALL pcl_string_delete(void *text);
-
-/// An empty list of texts, to be released with pcl_list_destroy.
-PclList *pcl_string_list_create();
-
-/// An empty set of texts, to be released with pcl_set_destroy. Raises what pcl_set_create raises.
-PclSet *pcl_string_set_create(std::int32_t initialCapacity);

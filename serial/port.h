@@ -5,7 +5,7 @@
 #else
 #include "serial/port_posix.h"
 #endif
-#include "serial/serial.h"
+#include "serial/settings.h"
 
 #include <cstddef>
 #include <cstdint>

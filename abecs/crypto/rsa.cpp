@@ -1,7 +1,7 @@
 #include "abecs/crypto/rsa.h"
 
 #include "abecs/crypto/crypto.h"
-#include "abecs/crypto/rsa_key.h"
+#include "abecs/crypto/rsa_handle.h"
 #include "core/exception.h"
 #include "core/memory.h"
 #include "core/owned.h"

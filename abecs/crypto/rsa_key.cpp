@@ -2,6 +2,7 @@
 
 #include "abecs/crypto/crypto.h"
 #include "abecs/crypto/math_provider.h"
+#include "abecs/crypto/rsa_handle.h"
 #include "core/exception.h"
 #include "core/memory.h"
 

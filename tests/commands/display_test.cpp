@@ -1,6 +1,6 @@
 #include "abecs/commands/display.h"
 #include "core/owned.h"
-#include "core/string.h"
+#include "core/string_list.h"
 #include "tests/commands/device_fixture.h"
 
 #include <vector>

@@ -1,6 +1,6 @@
 #include "api/global_session.h"
 #include "api/session_commands.h"
-#include "core/string.h"
+#include "core/string_list.h"
 #include "serial/time_divisor.h"
 #include "sim/simulator.h"
 #include "tests/support/failures.h"

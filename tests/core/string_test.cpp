@@ -1,4 +1,5 @@
 #include "core/string.h"
+#include "core/string_list.h"
 
 #include "core/list.h"
 #include "core/set.h"

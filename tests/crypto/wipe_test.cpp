@@ -1,5 +1,6 @@
 #include "abecs/crypto/aes.h"
 #include "abecs/crypto/math_provider.h"
+#include "abecs/crypto/rsa_handle.h"
 #include "abecs/crypto/rsa_key.h"
 #include "core/memory.h"
 #include "core/owned.h"

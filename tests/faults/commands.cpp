@@ -7,7 +7,7 @@
 #include "abecs/commands/media.h"
 #include "abecs/secure_channel.h"
 #include "core/owned.h"
-#include "core/string.h"
+#include "core/string_list.h"
 
 #include <array>
 

@@ -5,6 +5,7 @@
 #include "abecs/commands/capture.h"
 #include "abecs/commands/close.h"
 #include "abecs/commands/event.h"
+#include "abecs/crypto/rsa_handle.h"
 #include "abecs/crypto/rsa_key.h"
 #include "abecs/secure_channel.h"
 #include "core/memory.h"

@@ -3,7 +3,7 @@
 
 #include "core/list.h"
 #include "core/owned.h"
-#include "core/string.h"
+#include "core/string_list.h"
 #include "tests/support/failures.h"
 
 #include <gtest/gtest.h>

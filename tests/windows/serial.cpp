@@ -6,7 +6,7 @@
 #include "core/guard.h"
 #include "core/list.h"
 #include "core/owned.h"
-#include "core/string.h"
+#include "core/string_list.h"
 #include "serial/port_win32.h"
 
 #include <functional>
