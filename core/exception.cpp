@@ -9,31 +9,29 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <type_traits>
 
 struct PclExceptionFrame {
     PclExceptionFrame *prev;
     PclExceptionFrame *next;
+    bool inPlace;
 };
 
 namespace {
 
-// Ends with its thread, so that a host which starts many threads does not gather frames.
-struct ThreadState {
-    PclException record{PCL_RESULT_OK, {}};
-    PclExceptionFrame *current = nullptr;
-    PclExceptionFrame *root = nullptr;
+// More than the library ever nests.
+constexpr std::size_t FRAMES_IN_PLACE = 16;
 
-    ThreadState() = default;
-    ThreadState(const ThreadState &) = delete;
-    ThreadState &operator=(const ThreadState &) = delete;
-    ~ThreadState() {
-        while (root != nullptr) {
-            PclExceptionFrame *next = root->next;
-            pcl_free(root);
-            root = next;
-        }
-    }
+struct ThreadState {
+    PclException record;
+    PclExceptionFrame *current;
+    PclExceptionFrame *root;
+    std::size_t placesUsed;
+    PclExceptionFrame places[FRAMES_IN_PLACE];
 };
+
+// In a 32-bit DLL the storage of a thread is gone before a destructor would run.
+static_assert(std::is_trivially_destructible_v<ThreadState>);
 
 thread_local ThreadState state;
 std::atomic<PclUncaughtHandler> uncaughtHandler{nullptr};
@@ -74,13 +72,15 @@ void raiseFailure(PclResult_e code, const char *message) {
     defaultHandler(code, message);
 }
 
-PclExceptionFrame *allocateFrame(PclExceptionFrame *prev) {
-    auto *frame = static_cast<PclExceptionFrame *>(pcl_malloc(sizeof(PclExceptionFrame), 1));
+PclExceptionFrame *makeFrame() {
+    const bool inPlace = state.placesUsed < FRAMES_IN_PLACE;
+    auto *frame = inPlace
+                      ? &state.places[state.placesUsed++]
+                      : static_cast<PclExceptionFrame *>(pcl_malloc(sizeof(PclExceptionFrame), 1));
     if (frame == nullptr) {
         pcl_fatal_alloc_error();
     }
-    frame->prev = prev;
-    frame->next = nullptr;
+    *frame = {state.current, nullptr, inPlace};
     return frame;
 }
 
@@ -122,17 +122,11 @@ void pcl_raise(PclResult_e code, const char *format, ...) {
 void pcl_exception_try() {
     state.record.code = PCL_RESULT_OK;
     state.record.message[0] = '\0';
-    if (state.current == nullptr) {
-        if (state.root == nullptr) {
-            state.root = allocateFrame(nullptr);
-        }
-        state.current = state.root;
-        return;
+    PclExceptionFrame *&next = state.current == nullptr ? state.root : state.current->next;
+    if (next == nullptr) {
+        next = makeFrame();
     }
-    if (state.current->next == nullptr) {
-        state.current->next = allocateFrame(state.current);
-    }
-    state.current = state.current->next;
+    state.current = next;
 }
 
 PclExceptionFrame *pcl_exception_frame() {
@@ -140,8 +134,14 @@ PclExceptionFrame *pcl_exception_frame() {
 }
 
 void pcl_exception_end_try() {
-    if (state.current != nullptr) {
-        state.current = state.current->prev;
+    PclExceptionFrame *ended = state.current;
+    if (ended == nullptr) {
+        return;
+    }
+    state.current = ended->prev;
+    if (!ended->inPlace) {
+        ended->prev->next = nullptr;
+        pcl_free(ended);
     }
 }
 

@@ -24,7 +24,9 @@ struct PclException {
     char message[PCL_EXCEPTION_MESSAGE_SIZE];
 };
 
-/// One open frame. Frames are pooled: allocated at the first use of a nesting depth and used again.
+/// One open frame. The frames of the first 16 depths are part of the thread's state and are used
+/// again and again; deeper ones are allocated, and freed when they are closed. So a thread that
+/// ends leaves nothing behind.
 struct PclExceptionFrame;
 
 /// Called with the code, sign-extended to 32 bits, and the message (may be null).
@@ -59,10 +61,10 @@ PclException *pcl_exception_message_buffer();
 /// prints the failure to standard output and aborts. May be called from any thread.
 extern "C" PCL_EXPORT void PCL_CALL pcl_exception_set_uncaught_handler(PclUncaughtHandler handler);
 
-/// How many frames this thread's pool holds, open or not.
+/// How many frames this thread has, open or kept for the next use.
 std::size_t pcl_exception_pooled_frames();
 
-/// Reports on standard output that the frame pool itself could not be grown, and aborts.
+/// Reports on standard output that a frame could not be allocated, and aborts.
 [[noreturn]] void pcl_fatal_alloc_error();
 
 /// What a raise throws when a frame is open. Only core/guard.h catches it. It carries the failure

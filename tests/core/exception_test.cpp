@@ -2,10 +2,12 @@
 
 #include "core/guard.h"
 #include "core/string.h"
+#include "tests/support/allocations.h"
 #include "tests/support/failures.h"
 
 #include <gtest/gtest.h>
 
+#include <malloc.h>
 #include <string>
 #include <thread>
 
@@ -22,6 +24,24 @@ bool raisesInOpenFrame(Body body) {
         return true;
     }
     return false;
+}
+
+/// Fails at every depth, the innermost first; how many failures arrived where they belong.
+int attemptNested(int depth) {
+    int caught = 0;
+    const PclFailure failure = pcl_attempt([&] {
+        if (depth > 1) {
+            caught = attemptNested(depth - 1);
+        }
+        pcl_raise(PCL_RESULT_IO_ERROR, "depth %d", depth);
+    });
+    const std::string expected =
+        failures::text(PCL_RESULT_IO_ERROR, "depth " + std::to_string(depth));
+    return caught + (expected == failure.message ? 1 : 0);
+}
+
+std::size_t bytesInUse() {
+    return mallinfo2().uordblks;
 }
 
 } // namespace
@@ -196,6 +216,25 @@ TEST(ExceptionFrames, AreAllocatedOnceForEachDepth) {
     }).join();
 }
 
+TEST(ExceptionFrames, TheFirstDepthsNeedNoMemory) {
+    std::thread([] {
+        const FailingAllocation none(0);
+        attemptNested(16);
+        EXPECT_EQ(none.calls(), 0U);
+        EXPECT_EQ(pcl_exception_pooled_frames(), 16U);
+    }).join();
+}
+
+TEST(ExceptionFrames, MayBeNestedToAnyDepth) {
+    std::thread([] {
+        for (int round = 0; round < 3; ++round) {
+            EXPECT_EQ(attemptNested(1000), 1000);
+            EXPECT_EQ(pcl_exception_frame(), nullptr);
+            EXPECT_EQ(pcl_exception_pooled_frames(), 16U);
+        }
+    }).join();
+}
+
 TEST(ExceptionFrames, FailuresOpenNoMoreOfThem) {
     std::thread([] {
         for (int round = 0; round < 1000; ++round) {
@@ -236,6 +275,18 @@ TEST(ExceptionThreads, EachHasItsOwnFramesAndRecord) {
     std::thread other(work, PCL_RESULT_TIMEOUT_ERROR);
     work(PCL_RESULT_IO_ERROR);
     other.join();
+}
+
+TEST(ExceptionThreads, LeaveNothingBehind) {
+    const auto callAndEnd = [](int threads) {
+        for (int i = 0; i < threads; ++i) {
+            std::thread([] { EXPECT_EQ(attemptNested(20), 20); }).join();
+        }
+    };
+    callAndEnd(100);
+    const std::size_t before = bytesInUse();
+    callAndEnd(10000);
+    EXPECT_LT(bytesInUse(), before + 10000);
 }
 
 TEST(ExceptionThreads, AFrameHereDoesNotCatchAFailureThere) {

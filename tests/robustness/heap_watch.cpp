@@ -1,7 +1,5 @@
 #include "tests/robustness/heap_watch.h"
 
-#include "core/exception.h"
-
 #include <atomic>
 #include <cstdlib>
 #include <new>
@@ -20,8 +18,6 @@ void __wrap_free(void *block);
 }
 
 namespace {
-
-constexpr int DEEPEST_NESTING = 16;
 
 // Plain values: the destructors of the thread's other variables still free memory.
 thread_local bool watched = false;
@@ -44,15 +40,6 @@ void *counted(void *block) {
     return block;
 }
 
-void fillFramePool() {
-    for (int depth = 0; depth < DEEPEST_NESTING; ++depth) {
-        pcl_exception_try();
-    }
-    for (int depth = 0; depth < DEEPEST_NESTING; ++depth) {
-        pcl_exception_end_try();
-    }
-}
-
 struct Run {
     std::size_t failing;
     const std::function<void()> *body;
@@ -60,11 +47,8 @@ struct Run {
 
 void *runWatched(void *argument) {
     const Run run = *static_cast<Run *>(argument);
-    watched = true;
-    fillFramePool();
-    // The frames go with the thread; what they cost is not what is counted.
-    calls = 0;
     failingCall = run.failing;
+    watched = true;
     (*run.body)();
     failingCall = 0;
     return nullptr;

@@ -13,9 +13,8 @@ struct Watched {
     long kept = 0;         ///< allocated and not freed when the thread is over
 };
 
-/// `failing` is the number of the allocation that fails, from 1; with 0 none does. The thread's
-/// frames for failures are allocated before: without one the process would have to end. The body
-/// must not let anything out.
+/// `failing` is the number of the allocation that fails, from 1; with 0 none does. The body must
+/// not let anything out.
 Watched watch(std::size_t failing, const std::function<void()> &body);
 
 } // namespace heap

@@ -1,19 +1,6 @@
 #include "tests/support/allocations.h"
 
-#include "core/exception.h"
-
 namespace {
-
-constexpr int DEEPEST_NESTING = 16;
-
-void fillFramePool() {
-    for (int depth = 0; depth < DEEPEST_NESTING; ++depth) {
-        pcl_exception_try();
-    }
-    for (int depth = 0; depth < DEEPEST_NESTING; ++depth) {
-        pcl_exception_end_try();
-    }
-}
 
 struct Plan {
     bool active = false;
@@ -36,10 +23,7 @@ extern "C" void *__wrap_malloc(std::size_t size) {
     return __real_malloc(size);
 }
 
-FailingAllocation::FailingAllocation(std::size_t failing, Frames frames) {
-    if (frames == Frames::Pooled) {
-        fillFramePool();
-    }
+FailingAllocation::FailingAllocation(std::size_t failing) {
     plan = {true, failing, 0};
 }
 

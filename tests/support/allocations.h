@@ -8,12 +8,8 @@
 /// While an object lives, the calls of malloc in this thread are counted and the chosen one fails.
 class FailingAllocation {
 public:
-    /// Whether this thread's pool of frames is filled first. Without, a frame may be the allocation
-    /// that fails, and that ends the process.
-    enum class Frames { Pooled, AsTheyAre };
-
     /// `failing` is the number of the call to fail, from 1; with 0 none fails.
-    explicit FailingAllocation(std::size_t failing, Frames frames = Frames::Pooled);
+    explicit FailingAllocation(std::size_t failing);
     ~FailingAllocation();
     FailingAllocation(const FailingAllocation &) = delete;
     FailingAllocation &operator=(const FailingAllocation &) = delete;

@@ -1,11 +1,12 @@
-/* A host linked against the import library: a failure of each kind that needs no device, then a
- * secure session on the given port. usage: windows_host PORT */
+/* A host linked against the import library: a failure of each kind that needs no device, calls
+ * on threads that end, then a secure session on the given port. usage: windows_host PORT */
 #include "pinpad/pinpad.h"
 
 #include <stdio.h>
 #include <string.h>
+#include <windows.h>
 
-enum { PROMPT = 3, MAX_POLLS = 30 };
+enum { PROMPT = 3, MAX_POLLS = 30, THREADS = 100 };
 
 static int32_t failure_code;
 static char failure_message[256];
@@ -40,6 +41,24 @@ static void check_failures(void) {
     expect_text("its message", "[PCL_RESULT_FILE_NOT_FOUND] No such port: COM77", failure_message);
 }
 
+static DWORD WINAPI call_and_end(void *unused) {
+    (void)unused;
+    return (DWORD)PP_Close("BYE");
+}
+
+/* What the library keeps for a thread goes with it, and keeps neither it nor the process. */
+static void check_threads(void) {
+    for (int i = 0; i < THREADS; ++i) {
+        DWORD result = 0;
+        HANDLE thread = CreateThread(NULL, 0, call_and_end, NULL, 0, NULL);
+        expect_number("end of a thread", WAIT_OBJECT_0,
+                      (int32_t)WaitForSingleObject(thread, 10000));
+        GetExitCodeThread(thread, &result);
+        expect_number("close on a thread", PINPAD_FAILED, (int32_t)result);
+        CloseHandle(thread);
+    }
+}
+
 static void check_session(const char *port) {
     char typed[PINPAD_CLEAR_DATA_SIZE] = "";
     char notification[PINPAD_NOTIFICATION_SIZE];
@@ -64,6 +83,7 @@ int main(int argc, char **argv) {
     }
     pcl_exception_set_uncaught_handler(on_failure);
     check_failures();
+    check_threads();
     check_session(argv[1]);
     printf(mistakes == 0 ? "all as expected\n" : "not as expected\n");
     return mistakes == 0 ? 0 : 1;
