@@ -1,13 +1,12 @@
 #include "core/exception.h"
 
+#include "core/abort.h"
 #include "core/memory.h"
 #include "core/string.h"
 
 #include <atomic>
-#include <csignal>
 #include <cstdarg>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <type_traits>
 
@@ -37,10 +36,9 @@ thread_local ThreadState state;
 std::atomic<PclUncaughtHandler> uncaughtHandler{nullptr};
 
 [[noreturn]] void abortLoudly() {
-    // The text must reach a pipe or a file too: abort does not flush.
+    // The text must reach a pipe or a file too: an abort does not flush.
     std::fflush(stdout);
-    std::raise(SIGABRT);
-    std::abort();
+    pcl_abort();
 }
 
 [[noreturn]] void defaultHandler(std::int32_t code, const char *message) {

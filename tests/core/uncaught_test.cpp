@@ -12,12 +12,17 @@
 
 #include <csetjmp>
 #include <csignal>
+#include <cstdio>
 #include <pthread.h>
 #include <stdexcept>
 #include <string>
 #include <thread>
+#include <unistd.h>
 
 namespace {
+
+// What raiseUncaught() prints by default.
+const std::string UNCAUGHT = "Uncaught error: 2 ([PCL_RESULT_ILLEGAL_ARGUMENT] 'pinpad' is NULL)\n";
 
 void expectAbort(const ChildResult &child, const std::string &output) {
     EXPECT_TRUE(child.signalled);
@@ -48,6 +53,11 @@ void PCL_CALL leavingTheThread(std::int32_t, const char *) {
     pthread_exit(&jumpBack);
 }
 
+void sayAborting(int) {
+    const char text[] = "aborting\n";
+    static_cast<void>(!write(STDOUT_FILENO, text, sizeof text - 1));
+}
+
 void raiseUncaught() {
     pcl_raise(PCL_RESULT_ILLEGAL_ARGUMENT, "%s is NULL", "'pinpad'");
 }
@@ -66,13 +76,11 @@ void *failOnAThread(void *) {
 } // namespace
 
 TEST(UncaughtByDefault, PrintsToAPipeAndAborts) {
-    expectAbort(runInChild(raiseUncaught),
-                "Uncaught error: 2 ([PCL_RESULT_ILLEGAL_ARGUMENT] 'pinpad' is NULL)\n");
+    expectAbort(runInChild(raiseUncaught), UNCAUGHT);
 }
 
 TEST(UncaughtByDefault, PrintsToAFileAndAborts) {
-    expectAbort(runInChild(raiseUncaught, ChildOutput::File),
-                "Uncaught error: 2 ([PCL_RESULT_ILLEGAL_ARGUMENT] 'pinpad' is NULL)\n");
+    expectAbort(runInChild(raiseUncaught, ChildOutput::File), UNCAUGHT);
 }
 
 TEST(UncaughtByDefault, PrintsOnlyTheCodeWithoutAMessage) {
@@ -91,11 +99,38 @@ TEST(UncaughtByDefault, IsRestoredByANullHandler) {
                     pcl_exception_set_uncaught_handler(nullptr);
                     raiseUncaught();
                 }),
-                "Uncaught error: 2 ([PCL_RESULT_ILLEGAL_ARGUMENT] 'pinpad' is NULL)\n");
+                UNCAUGHT);
 }
 
 TEST(UncaughtByDefault, AFailureReleasedOnItsWayStillArrivesWhole) {
     expectAbort(runInChild(failInTheMiddle), "Uncaught error: 5 ([PCL_RESULT_MALLOC_ERROR] )\n");
+}
+
+TEST(UncaughtByDefault, AHandlerOfTheSignalRunsOnceAndMayReturn) {
+    expectAbort(runInChild([] {
+                    std::signal(SIGABRT, &sayAborting);
+                    raiseUncaught();
+                }),
+                UNCAUGHT + "aborting\n");
+}
+
+TEST(UncaughtByDefault, AHandlerOfTheSignalRunsOnAThreadThatBlocksIt) {
+    expectAbort(runInChild([] {
+                    std::signal(SIGABRT, &sayAborting);
+                    sigset_t all;
+                    sigfillset(&all);
+                    pthread_sigmask(SIG_SETMASK, &all, nullptr);
+                    raiseUncaught();
+                }),
+                UNCAUGHT + "aborting\n");
+}
+
+TEST(UncaughtByDefault, EndsAProcessThatIgnoresTheSignal) {
+    expectAbort(runInChild([] {
+                    std::signal(SIGABRT, SIG_IGN);
+                    raiseUncaught();
+                }),
+                UNCAUGHT);
 }
 
 TEST(FatalAllocation, IsReportedWhenNoFrameCanBeMade) {
@@ -108,15 +143,23 @@ TEST(FatalAllocation, IsReportedWhenNoFrameCanBeMade) {
                 "FATAL: MEMORY ALLOCATION ERROR\n");
 }
 
-TEST(Handler, IsCalledWithCodeAndMessageAndMayReturn) {
+TEST(Handler, IsCalledWithCodeAndMessage) {
     const ScopedHandler handler;
-    bool carriedOn = false;
     raiseUncaught();
-    carriedOn = true;
-    EXPECT_TRUE(carriedOn);
     EXPECT_EQ(handler.count(), 1U);
     EXPECT_EQ(handler.code(), 2);
     EXPECT_EQ(handler.message(), "[PCL_RESULT_ILLEGAL_ARGUMENT] 'pinpad' is NULL");
+}
+
+TEST(Handler, MayReturn) {
+    const ChildResult child = runInChild([] {
+        const ScopedHandler handler;
+        raiseUncaught();
+        std::printf("carried on");
+    });
+    EXPECT_TRUE(child.exited);
+    EXPECT_EQ(child.exitCode, 0);
+    EXPECT_EQ(child.output, "carried on");
 }
 
 TEST(Handler, MaySeeANullMessage) {
