@@ -37,13 +37,24 @@ template <typename Body>
         failure.code = PCL_RESULT_MALLOC_ERROR;
         std::strcpy(failure.message, "[PCL_RESULT_MALLOC_ERROR] ");
     }
+    if (failure) {
+        // What was released on the way may have opened frames, which clears the record.
+        PclException *record = pcl_exception_message_buffer();
+        record->code = failure.code;
+        std::memcpy(record->message, failure.message, sizeof failure.message);
+    }
     return failure;
 }
 
-/// Runs the body inside a frame; on a failure, raises it again unchanged once everything that the
-/// body owned is released, and returns the fallback should the host's handler return.
+/// Runs a body of several steps so that none of them runs after one that failed: with a frame open
+/// a failure passes through, and the body is run as it is; with none open it gets a frame, and its
+/// failure is raised again, unchanged, once everything that the body owned is released. The
+/// fallback is the result should the host's handler return.
 template <typename Result, typename Body>
 Result pcl_guarded(Result fallback, Body &&body) {
+    if (pcl_exception_frame() != nullptr) {
+        return std::forward<Body>(body)();
+    }
     Result result = fallback;
     const PclFailure failure = pcl_attempt([&] { result = std::forward<Body>(body)(); });
     if (failure) {
@@ -57,6 +68,10 @@ template <typename Body>
 void pcl_guarded(Body &&body) {
     static_assert(std::is_void_v<std::invoke_result_t<Body &>>,
                   "a body that yields a value needs a fallback");
+    if (pcl_exception_frame() != nullptr) {
+        std::forward<Body>(body)();
+        return;
+    }
     const PclFailure failure = pcl_attempt(std::forward<Body>(body));
     if (failure) {
         pcl_exception_rethrow(failure.code, failure.message);

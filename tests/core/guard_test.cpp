@@ -2,6 +2,7 @@
 
 #include "core/owned.h"
 #include "tests/support/failures.h"
+#include "tests/support/throws.h"
 
 #include <gtest/gtest.h>
 
@@ -54,6 +55,18 @@ TEST(Attempt, CopiesTheFailure) {
     EXPECT_STREQ(failure.message, "[PCL_RESULT_DEVICE_BUSY] port");
 }
 
+TEST(Attempt, LeavesTheRecordAsItWasRaised) {
+    static_cast<void>(pcl_attempt([] {
+        const PclOwned<Handle, destroyLoudly> released(new Handle{1});
+        pcl_raise(PCL_RESULT_DEVICE_BUSY, "port");
+    }));
+    EXPECT_EQ(pcl_exception_code(), PCL_RESULT_DEVICE_BUSY);
+    EXPECT_STREQ(pcl_exception_message(), "[PCL_RESULT_DEVICE_BUSY] port");
+    static_cast<void>(pcl_attempt([] { throw std::bad_alloc(); }));
+    EXPECT_EQ(pcl_exception_code(), PCL_RESULT_MALLOC_ERROR);
+    EXPECT_STREQ(pcl_exception_message(), "[PCL_RESULT_MALLOC_ERROR] ");
+}
+
 TEST(Attempt, LetsForeignExceptionsThroughWithItsFrameClosed) {
     const auto throwing = [] {
         static_cast<void>(pcl_attempt(
@@ -75,6 +88,35 @@ TEST(Guarded, YieldsTheBodysValue) {
     bool ran = false;
     pcl_guarded([&] { ran = true; });
     EXPECT_TRUE(ran);
+}
+
+TEST(Guarded, RunsItsBodyInTheFrameThatIsOpen) {
+    static_cast<void>(pcl_attempt([] {
+        const PclExceptionFrame *outer = pcl_exception_frame();
+        pcl_guarded([&] { EXPECT_EQ(pcl_exception_frame(), outer); });
+        EXPECT_EQ(pcl_guarded(0, [&] { return pcl_exception_frame() == outer ? 1 : 2; }), 1);
+    }));
+    EXPECT_EQ(pcl_guarded(0, [] { return pcl_exception_frame() != nullptr ? 1 : 2; }), 1);
+}
+
+TEST(Guarded, ThrowsAFailureOnceHoweverDeepItStruck) {
+    const ScopedHandler handler;
+    const std::size_t before = throwsSoFar();
+    const int result = pcl_guarded(-3, [] {
+        pcl_guarded([] { pcl_guarded([] { pcl_raise(PCL_RESULT_IO_ERROR, "line"); }); });
+        return 1;
+    });
+    EXPECT_EQ(result, -3);
+    EXPECT_EQ(handler.count(), 1U);
+    EXPECT_EQ(throwsSoFar(), before + 1);
+}
+
+TEST(Guarded, TakesAnExhaustedHeapForAFailedAllocationAtAnyDepth) {
+    EXPECT_FAILURE(pcl_guarded([] { pcl_guarded([] { throw std::bad_alloc(); }); }),
+                   PCL_RESULT_MALLOC_ERROR, "");
+    const ScopedHandler handler;
+    pcl_guarded([] { pcl_guarded([] { throw std::bad_alloc(); }); });
+    EXPECT_EQ(handler.code(), PCL_RESULT_MALLOC_ERROR);
 }
 
 TEST(Guarded, RaisesTheFailureAgainUnchanged) {

@@ -4,6 +4,7 @@
 #include "serial/port.h"
 #include "tests/crypto/memory_scan.h"
 #include "tests/link/session_fixture.h"
+#include "tests/support/throws.h"
 
 #include <array>
 #include <random>
@@ -225,6 +226,16 @@ TEST_F(SessionLife, FreesThePortWhenNobodyAnswers) {
     EXPECT_GE(taken, 2500ms);
     EXPECT_LT(taken, 3200ms);
     expectNothingLeft();
+}
+
+// The silence after which the line is drained, the wait for the answer where it is shown to the
+// observer, and from there to whoever called.
+TEST_F(SessionLife, AFailureIsThrownOnceForEachPlaceThatHandlesIt) {
+    m_peer.play([](Peer &line) { line.expect(CAN); });
+    const std::size_t before = throwsSoFar();
+    EXPECT_FAILURE(create(), PCL_RESULT_TIMEOUT_ERROR, "Timeout waiting for data");
+    EXPECT_EQ(throwsSoFar(), before + 3);
+    m_peer.finish();
 }
 
 TEST_F(SessionLife, FreesThePortAfterThreeWrongAnswers) {
