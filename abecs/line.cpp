@@ -3,11 +3,10 @@
 std::uint8_t abecs_line_read_answer(PclSerialPort *port, AbecsLinkFraming_e framing) {
     std::uint8_t answer = 0;
     const PclFailure failure = pcl_attempt([&] { answer = pcl_serial_read_byte(port); });
-    if (failure) {
-        if (failure.code == PCL_RESULT_TIMEOUT_ERROR) {
-            abecs_observe_silence(framing);
-        }
-        pcl_exception_rethrow(failure.code, failure.message);
+    if (failure.code == PCL_RESULT_TIMEOUT_ERROR) {
+        abecs_observe_silence(framing);
+    }
+    if (pcl_raise_again(failure)) {
         return answer;
     }
     abecs_observe_byte(ABECS_LINK_FROM_DEVICE, framing, answer);
@@ -39,7 +38,7 @@ void abecs_line_drain(PclSerialPort *port, AbecsLinkFraming_e framing) {
         });
         abecs_observe_discarded(framing, line.record());
         if (failure.code != PCL_RESULT_TIMEOUT_ERROR) {
-            pcl_exception_rethrow(failure.code, failure.message);
+            pcl_raise_again(failure);
         }
         pcl_serial_purge(port, PCL_SERIAL_PURGE_BOTH);
     });

@@ -121,8 +121,8 @@ void abecs_line_receive_frame(AbecsLine &line, ReadFrame readFrame) {
         } else if (timedOut) {
             abecs_observe_silence(line.framing());
         }
-        if (failure && !(timedOut && line.started())) {
-            pcl_exception_rethrow(failure.code, failure.message);
+        const bool brokenOff = timedOut && line.started();
+        if (!brokenOff && pcl_raise_again(failure)) {
             return;
         }
         abecs_line_drain(line.port(), line.framing());
@@ -141,5 +141,5 @@ void abecs_line_receive_answer(AbecsPinpad *pinpad, AbecsLine &line, ReadFrame r
     if (polled && failure.code == PCL_RESULT_TIMEOUT_ERROR) {
         pinpad->disturbed.store(before);
     }
-    pcl_exception_rethrow(failure.code, failure.message);
+    pcl_raise_again(failure);
 }

@@ -98,7 +98,7 @@ void finishFrame(AbecsPinpad *pinpad, const AbecsLine &line, AbecsPacket *body) 
     }
     abecs_line_observe_frame(line, ABECS_LINK_FRAME, ABECS_LINK_FROM_DEVICE,
                              failure ? nullptr : body);
-    pcl_exception_rethrow(failure.code, failure.message);
+    pcl_raise_again(failure);
 }
 
 } // namespace

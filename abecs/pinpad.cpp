@@ -68,8 +68,7 @@ void abecs_pinpad_destroy(AbecsPinpad **pinpad) {
     const PclFailure notPurged =
         pcl_attempt([&] { pcl_serial_purge(port, PCL_SERIAL_PURGE_BOTH); });
     const PclFailure notClosed = pcl_attempt([&] { pcl_serial_close(&port); });
-    const PclFailure &failure = notPurged ? notPurged : notClosed;
-    pcl_exception_rethrow(failure.code, failure.message);
+    pcl_raise_again(notPurged ? notPurged : notClosed);
 }
 
 void abecs_pinpad_set_session_key(AbecsPinpad *pinpad, const std::uint8_t *key) {

@@ -93,7 +93,7 @@ AbecsPinpadPtr create(const char *portName) {
         pinpad.reset();
         pcl_raise(PCL_RESULT_ILLEGAL_STATE, "Open was aborted");
     }
-    pcl_exception_rethrow(failure.code, failure.message);
+    pcl_raise_again(failure);
     pcl_serial_set_interrupt(pinpad->port, nullptr);
     return pinpad;
 }
@@ -130,7 +130,7 @@ void pinpad_session_abort() {
     const PclFailure failure = pcl_attempt(
         [&] { abecs_link_abort(session == nullptr ? nullptr : session->pinpad.get()); });
     static_cast<void>(pcl_attempt([&] { release(session); }));
-    pcl_exception_rethrow(failure.code, failure.message);
+    pcl_raise_again(failure);
 }
 
 std::uint8_t pinpad_session_abort_flag() {

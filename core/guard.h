@@ -46,6 +46,13 @@ template <typename Body>
     return failure;
 }
 
+/// Raises a caught failure again, unchanged, if there was one; whether there was, should the host's
+/// handler return.
+inline bool pcl_raise_again(const PclFailure &failure) {
+    pcl_exception_rethrow(failure.code, failure.message);
+    return static_cast<bool>(failure);
+}
+
 /// Runs a body of several steps so that none of them runs after one that failed: with a frame open
 /// a failure passes through, and the body is run as it is; with none open it gets a frame, and its
 /// failure is raised again, unchanged, once everything that the body owned is released. The
@@ -57,11 +64,7 @@ Result pcl_guarded(Result fallback, Body &&body) {
     }
     Result result = fallback;
     const PclFailure failure = pcl_attempt([&] { result = std::forward<Body>(body)(); });
-    if (failure) {
-        pcl_exception_rethrow(failure.code, failure.message);
-        return fallback;
-    }
-    return result;
+    return pcl_raise_again(failure) ? fallback : result;
 }
 
 template <typename Body>
@@ -72,8 +75,5 @@ void pcl_guarded(Body &&body) {
         std::forward<Body>(body)();
         return;
     }
-    const PclFailure failure = pcl_attempt(std::forward<Body>(body));
-    if (failure) {
-        pcl_exception_rethrow(failure.code, failure.message);
-    }
+    pcl_raise_again(pcl_attempt(std::forward<Body>(body)));
 }

@@ -14,8 +14,8 @@ template <typename Body>
 std::int32_t abecs_poll(Body &&body) {
     std::int32_t result = ABECS_POLL_NO_ANSWER;
     const PclFailure failure = pcl_attempt([&] { result = std::forward<Body>(body)(); });
-    if (failure && failure.code != PCL_RESULT_TIMEOUT_ERROR) {
-        pcl_exception_rethrow(failure.code, failure.message);
+    if (failure.code != PCL_RESULT_TIMEOUT_ERROR) {
+        pcl_raise_again(failure);
     }
     return result;
 }
