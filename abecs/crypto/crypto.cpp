@@ -1,6 +1,7 @@
 #include "abecs/crypto/crypto.h"
 
 #include "abecs/crypto/math_provider.h"
+#include "abecs/crypto/random.h"
 #include "core/exception.h"
 
 #include <tomcrypt.h>
@@ -11,13 +12,33 @@ int sprngIndex = -1;
 int sha1Index = -1;
 int aesIndex = -1;
 
+unsigned long readFromSystem(unsigned char *out, unsigned long length, prng_state *) {
+    return pcl_random_fill(out, length) ? length : 0;
+}
+
+// The registry compares descriptors whole, so that there is one.
+ltc_prng_descriptor generator;
+
+// A host that goes on using the cryptographic library must not call into unloaded code.
+[[gnu::destructor]] void leaveGeneratorBehind() {
+    if (unregister_prng(&generator) == CRYPT_OK) {
+        register_prng(&sprng_desc);
+    }
+}
+
 } // namespace
 
 // The ciphers ask this file for the indices, so that it is linked, and with it the constructor,
 // wherever one of them is.
 [[gnu::constructor]] void pcl_crypto_init() {
     pcl_math_provider_install();
-    if (register_prng(&sprng_desc) < 0) {
+    pcl_random_serve_numbers();
+    // The cryptographic library's own generator counts ticks of the clock when it cannot open the
+    // system's device.
+    generator = sprng_desc;
+    generator.read = readFromSystem;
+    sprngIndex = register_prng(&generator);
+    if (sprngIndex < 0) {
         pcl_raise(PCL_RESULT_RUNTIME_ERROR, "Error registering SPRNG");
         return;
     }
@@ -31,7 +52,6 @@ int aesIndex = -1;
         return;
     }
     sha1Index = find_hash("sha1");
-    sprngIndex = find_prng("sprng");
     // A host may have registered the same cipher as "rijndael"; it then counts as registered.
     const int namedCipher = find_cipher("aes");
     aesIndex = namedCipher >= 0 ? namedCipher : registeredCipher;

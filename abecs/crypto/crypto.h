@@ -8,8 +8,9 @@
 
 /// Installs LibTomMath as the big-number provider unless the host has already installed one,
 /// registers the generator "sprng", the hash "sha1" and the cipher "aes", and remembers their
-/// indices. Runs by itself at load; running it again changes nothing. Raises
-/// PCL_RESULT_RUNTIME_ERROR "Error registering SPRNG", "Error registering SHA-1" or
+/// indices. The generator draws from the system alone (random.h); another that the host has
+/// registered under its name is not used. Runs by itself at load; running it again changes nothing.
+/// Raises PCL_RESULT_RUNTIME_ERROR "Error registering SPRNG", "Error registering SHA-1" or
 /// "Error registering AES".
 void pcl_crypto_init();
 

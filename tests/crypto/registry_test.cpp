@@ -5,8 +5,11 @@
 #include <gtest/gtest.h>
 #include <tomcrypt.h>
 
+#include <algorithm>
 #include <array>
 #include <string>
+
+#include <dlfcn.h>
 
 namespace {
 
@@ -99,8 +102,39 @@ TEST(Registry, InitialisingAgainChangesNothing) {
     EXPECT_EQ(pcl_crypto_aes_index(), aes);
 }
 
+TEST(Registry, TheHostsGeneratorOfTheSameNameIsKeptAndNotUsed) {
+    const ltc_prng_descriptor own = prng_descriptor[pcl_crypto_sprng_index()];
+    unregister_prng(&own);
+    const int hosts = register_prng(&sprng_desc);
+    EXPECT_NO_FAILURE(pcl_crypto_init());
+    EXPECT_NE(pcl_crypto_sprng_index(), hosts);
+    EXPECT_NE(prng_descriptor[pcl_crypto_sprng_index()].read, sprng_desc.read);
+    EXPECT_EQ(prng_descriptor[hosts].read, sprng_desc.read);
+    EXPECT_EQ(find_prng("sprng"), std::min(hosts, pcl_crypto_sprng_index()));
+    unregister_prng(&sprng_desc);
+}
+
+TEST(Registry, AnUnloadedLibraryLeavesGeneratorsThatWork) {
+    void *library = dlopen(PINPAD_LIBRARY, RTLD_NOW | RTLD_LOCAL);
+    ASSERT_NE(library, nullptr) << dlerror();
+    ASSERT_EQ(dlclose(library), 0);
+    ASSERT_EQ(dlopen(PINPAD_LIBRARY, RTLD_NOW | RTLD_NOLOAD), nullptr);
+    std::array<unsigned char, 8> bytes{};
+    int generators = 0;
+    for (int i = 0; i < TAB_SIZE; ++i) {
+        const ltc_prng_descriptor &generator = prng_descriptor[i];
+        if (generator.name != nullptr && std::string(generator.name) == "sprng") {
+            EXPECT_EQ(generator.read(bytes.data(), bytes.size(), nullptr), bytes.size());
+            ++generators;
+        }
+    }
+    EXPECT_EQ(generators, 2);
+    unregister_prng(&sprng_desc);
+}
+
 TEST(Registry, AFullTableOfGeneratorsIsReported) {
-    const FullTable<ltc_prng_descriptor> full(sprng_desc, register_prng, unregister_prng);
+    const FullTable<ltc_prng_descriptor> full(prng_descriptor[pcl_crypto_sprng_index()],
+                                              register_prng, unregister_prng);
     EXPECT_FAILURE(pcl_crypto_init(), PCL_RESULT_RUNTIME_ERROR, "Error registering SPRNG");
 }
 
