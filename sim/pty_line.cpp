@@ -1,7 +1,5 @@
 #include "sim/pty_line.h"
 
-#include "sim/hold_watch.h"
-
 #include <boost/asio/buffer.hpp>
 #include <boost/asio/error.hpp>
 
@@ -58,14 +56,12 @@ void make_raw(int fd) {
 
 struct PtyLine::Connection {
     Connection(boost::asio::io_context &io, int master_fd, int slave_fd, std::string slave_path)
-        : master(io, master_fd), slave(slave_fd), path(std::move(slave_path)),
-          hold_watch(std::make_unique<HoldWatch>(io, path, slave_fd)) {}
+        : master(io, master_fd), slave(slave_fd), path(std::move(slave_path)) {}
 
     boost::asio::posix::stream_descriptor master;
     // Held open so that a host that closes its end does not hang up the line.
     FileDescriptor slave;
     std::string path;
-    std::unique_ptr<HoldWatch> hold_watch;
     std::array<std::uint8_t, 4096> buffer{};
 };
 
@@ -114,7 +110,6 @@ void PtyLine::unplug() {
     on_unplugged_();
     boost::system::error_code ignored;
     connection->master.close(ignored);
-    connection->hold_watch.reset();
     connection->slave.reset();
 }
 

@@ -6,11 +6,9 @@
 #include <gtest/gtest.h>
 
 #include <fcntl.h>
-#include <signal.h>
 #include <stdlib.h>
 #include <sys/file.h>
 #include <sys/ioctl.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -18,7 +16,6 @@
 #include <fstream>
 #include <mutex>
 #include <system_error>
-#include <thread>
 
 namespace {
 
@@ -39,18 +36,6 @@ public:
 private:
     std::filesystem::path path_;
 };
-
-// Whether somebody has the exclusive hold of the port. A privileged process can open it all the
-// same and ask.
-bool is_held(const std::string &port) {
-    const int fd = ::open(port.c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC);
-    if (fd < 0)
-        return true;
-    int exclusive = 0;
-    const bool asked = ::ioctl(fd, TIOCGEXCL, &exclusive) == 0;
-    ::close(fd);
-    return !asked || exclusive != 0;
-}
 
 std::vector<std::string> kinds(const std::vector<sim::JournalEntry> &journal) {
     std::vector<std::string> words;
@@ -104,48 +89,6 @@ TEST(Simulator, LetsAHostOpenItsPortExclusively) {
         EXPECT_EQ(::ioctl(fd, TIOCNXCL), 0);
         ::close(fd);
     }
-}
-
-TEST(Simulator, ForgetsTheHoldOfAHostThatWasKilled) {
-    sim::Simulator device;
-    const std::string port = device.port();
-    int ready[2];
-    ASSERT_EQ(::pipe2(ready, O_CLOEXEC), 0);
-    const pid_t child = ::fork();
-    if (child == 0) {
-        const int fd = ::open(port.c_str(), O_RDWR | O_NOCTTY);
-        const char word = ::ioctl(fd, TIOCEXCL) == 0 ? 'y' : 'n';
-        const bool told = ::write(ready[1], &word, 1) == 1;
-        ::pause();
-        ::_exit(told ? 0 : 1);
-    }
-    char word = 0;
-    ASSERT_EQ(::read(ready[0], &word, 1), 1);
-    EXPECT_EQ(word, 'y');
-    EXPECT_TRUE(is_held(port));
-    ::kill(child, SIGKILL);
-    ::waitpid(child, nullptr, 0);
-    const auto deadline = steady_clock::now() + milliseconds(3000);
-    while (is_held(port) && steady_clock::now() < deadline)
-        std::this_thread::sleep_for(milliseconds(5));
-    EXPECT_FALSE(is_held(port));
-    ::close(ready[0]);
-    ::close(ready[1]);
-}
-
-TEST(Simulator, LeavesTheHoldOfALivingHostAlone) {
-    sim::Simulator device;
-    const int fd = ::open(device.port().c_str(), O_RDWR | O_NOCTTY);
-    ASSERT_GE(fd, 0);
-    const int other = ::open(device.port().c_str(), O_RDWR | O_NOCTTY);
-    ASSERT_GE(other, 0);
-    ASSERT_EQ(::ioctl(fd, TIOCEXCL), 0);
-    ::close(other);
-    std::this_thread::sleep_for(milliseconds(100));
-    int exclusive = 0;
-    EXPECT_EQ(::ioctl(fd, TIOCGEXCL, &exclusive), 0);
-    EXPECT_EQ(exclusive, 1);
-    ::close(fd);
 }
 
 TEST(Simulator, SurvivesAHostThatComesAndGoes) {

@@ -3,7 +3,6 @@
 #include <malloc.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -24,8 +23,6 @@ namespace soak {
 
 namespace {
 
-constexpr int LOOKS = 20;
-
 std::size_t heapInUse() {
 #if defined(SOAK_ADDRESS_SANITIZER)
     return __sanitizer_get_current_allocated_bytes();
@@ -41,20 +38,10 @@ std::size_t residentBytes() {
     return resident * static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
 }
 
-std::size_t openFilesNow() {
+std::size_t openFiles() {
     const auto count = std::distance(std::filesystem::directory_iterator("/proc/self/fd"),
                                      std::filesystem::directory_iterator());
     return static_cast<std::size_t>(count);
-}
-
-// The virtual PIN pad opens its own line for moments to see whether a host still holds it.
-std::size_t openFiles() {
-    std::size_t least = openFilesNow();
-    for (int look = 0; look < LOOKS; ++look) {
-        usleep(1000);
-        least = std::min(least, openFilesNow());
-    }
-    return least;
 }
 
 } // namespace
