@@ -20,7 +20,7 @@ Device::Device(boost::asio::io_context &io, const Scenario &scenario, double tim
       media_(scenario.media),
       contactless_(scenario.contactless_card, scenario.card_held, scenario.missed_activations) {
     for (const ReplyRule &rule : scenario.replies) {
-        replies_.push_back({rule.change, Occasions(rule.target)});
+        replies_.push_back({rule.change, Occasions(rule.target), false});
     }
     publish_media();
     board_.change([this](Snapshot &state) { state.card_held = contactless_.held(); });
@@ -214,19 +214,36 @@ void Device::lose_power() {
     clear_screen();
 }
 
+void Device::arm(const ReplyRule &rule) {
+    replies_.push_back({rule.change, Occasions(rule.target), true});
+}
+
+void Device::clear_armed() {
+    replies_.erase(std::remove_if(replies_.begin(), replies_.end(),
+                                  [](const ArmedReply &armed) { return armed.live; }),
+                   replies_.end());
+}
+
 std::optional<Fault> Device::strike_opn() {
     return transmitter_.strike(FaultStage::opn);
 }
 
 std::optional<ReplyChange> Device::choose_reply(const std::string &id) {
-    std::optional<ReplyChange> chosen;
+    const ArmedReply *chosen = nullptr;
     for (ArmedReply &armed : replies_) {
         const bool strikes = armed.occasions.strike(id);
-        if (strikes && !chosen) {
-            chosen = armed.change;
+        if (strikes && chosen == nullptr) {
+            chosen = &armed;
         }
     }
-    return chosen;
+    if (chosen == nullptr) {
+        return std::nullopt;
+    }
+    if (chosen->live) {
+        log_.note("fault", {{"stage", "reply"}, {"action", "answer"}});
+        board_.change([](Snapshot &state) { ++state.faults_struck; });
+    }
+    return chosen->change;
 }
 
 Bytes Device::changed_body(Response response) const {

@@ -52,6 +52,11 @@ public:
     void hold_card();
     void take_card();
 
+    // Adds a rule behind those of the scenario; it counts from now on.
+    void arm(const ReplyRule &rule);
+    // Drops the rules that were added so.
+    void clear_armed();
+
     // The cable carries the power, so a device without it forgets all but its media.
     void lose_power();
 
@@ -99,6 +104,7 @@ private:
     struct ArmedReply {
         ReplyChange change;
         Occasions occasions;
+        bool live; // added while the device runs
     };
     struct Screen {
         ScreenKind kind = ScreenKind::blank;

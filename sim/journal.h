@@ -34,7 +34,7 @@ namespace sim {
 //   stop       id                           the host wants this survey's answer now
 //   mifare     id, status                   what the contactless card was asked ended so
 //   media      action, name, size           load, store, refuse
-//   fault      stage, action                a fault of the scenario struck
+//   fault      stage, action                a fault struck, or a reply that was armed live
 //   line-error text                         the line could not be read or written
 struct JournalEntry {
     Clock::time_point time;

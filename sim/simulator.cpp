@@ -11,7 +11,6 @@
 #include "sim/scenario.h"
 #include "sim/secure_channel.h"
 #include "sim/state_board.h"
-#include "sim/text.h"
 #include "sim/timer.h"
 #include "sim/transmitter.h"
 
@@ -20,7 +19,6 @@
 #include <boost/asio/post.hpp>
 
 #include <algorithm>
-#include <exception>
 #include <future>
 #include <mutex>
 #include <stdexcept>
@@ -28,76 +26,6 @@
 #include <utility>
 
 namespace sim {
-
-namespace {
-
-// Stands before the device and answers in its place the commands that a live rule is for.
-class LiveReplies : public CommandTaker {
-public:
-    LiveReplies(Device &device, AbecsLink &link, Logbook &log, StateBoard &board)
-        : device_(device), link_(link), log_(log), board_(board) {}
-
-    void arm(const ReplyRule &rule) {
-        rules_.push_back({Occasions(rule.target), rule.change.status.value_or("000")});
-    }
-    void clear() { rules_.clear(); }
-
-    void take_command(const Bytes &body, bool encrypted) override {
-        constexpr std::size_t id_length = 3;
-        const std::string id = to_text(body).substr(0, id_length);
-        const std::optional<std::string> status = strike(id);
-        if (!status) {
-            device_.take_command(body, encrypted);
-            return;
-        }
-        if (board_.snapshot().waiting) {
-            device_.take_abort();
-        }
-        board_.change([](Snapshot &state) { ++state.faults_struck; });
-        log_.note("fault", {{"stage", "reply"}, {"action", "status"}});
-        log_.note("response",
-                  {{"id", id}, {"status", *status}, {"encrypted", encrypted ? "yes" : "no"}});
-        link_.send(id, to_bytes(id + *status), encrypted);
-    }
-    void take_unreadable_command() override { device_.take_unreadable_command(); }
-
-private:
-    struct Rule {
-        Occasions occasions;
-        std::string status;
-    };
-
-    std::optional<std::string> strike(const std::string &id) {
-        std::optional<std::string> chosen;
-        for (Rule &rule : rules_) {
-            const bool strikes = rule.occasions.strike(id);
-            if (strikes && !chosen) {
-                chosen = rule.status;
-            }
-        }
-        return chosen;
-    }
-
-    Device &device_;
-    AbecsLink &link_;
-    Logbook &log_;
-    StateBoard &board_;
-    std::vector<Rule> rules_;
-};
-
-// Only a device that is built with a rule can change what it found out.
-void check_live(const std::vector<ReplyRule> &rules) {
-    for (const ReplyRule &rule : rules) {
-        const ReplyChange &change = rule.change;
-        const bool more = change.id || change.body || !change.omit.empty() || !change.add.empty() ||
-                          !change.append.empty();
-        if (!change.skip || !change.status || more) {
-            throw ScenarioError(1, "a reply that is armed live must be skip and a status");
-        }
-    }
-}
-
-} // namespace
 
 class Simulator::Impl {
 public:
@@ -109,8 +37,8 @@ public:
           host_line_(io_, line_, link_, ext_link_, transmitter_, log_, board_, options.frame_gap),
           device_(io_, scenario_, checked_scale(options.time_scale), link_, ext_link_, transmitter_,
                   channel_, log_, board_),
-          live_replies_(device_, link_, log_, board_), replug_timer_(io_) {
-        link_.set_taker(live_replies_);
+          replug_timer_(io_) {
+        link_.set_taker(device_);
         ext_link_.set_taker(device_);
         host_line_.set_taker(device_);
         line_.set_handlers([this](const Bytes &bytes) { host_line_.receive(bytes); },
@@ -183,7 +111,6 @@ public:
     ExtLink ext_link_;
     HostLine host_line_;
     Device device_;
-    LiveReplies live_replies_;
 
 private:
     static double checked_scale(double scale) {
@@ -286,13 +213,12 @@ MifareCard Simulator::card() const {
 
 void Simulator::arm_fault(const std::string &rule) {
     const Scenario scenario = parse_scenario(rule);
-    check_live(scenario.replies);
     impl_->run([&] {
         for (const FaultRule &fault : scenario.faults) {
             impl_->faults_.arm(fault);
         }
         for (const ReplyRule &reply : scenario.replies) {
-            impl_->live_replies_.arm(reply);
+            impl_->device_.arm(reply);
         }
     });
 }
@@ -300,7 +226,7 @@ void Simulator::arm_fault(const std::string &rule) {
 void Simulator::clear_faults() {
     impl_->run([this] {
         impl_->faults_.clear();
-        impl_->live_replies_.clear();
+        impl_->device_.clear_armed();
     });
 }
 

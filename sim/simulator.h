@@ -72,10 +72,11 @@ public:
     // The card as it is now.
     MifareCard card() const;
 
-    // Adds faults while the device runs, from lines of the scenario language that begin with the
-    // word fault, or with the word reply when all they change is `skip status NNN` of a standard
-    // command; they count their occasions from now on. Throws ScenarioError.
+    // Adds faults and replies while the device runs, from lines of the scenario language that begin
+    // with the word fault, reply or status. They stand behind the rules that are there already and
+    // count their occasions from now on. Throws ScenarioError.
     void arm_fault(const std::string &rule);
+    // Drops all faults, and the replies that were added here.
     void clear_faults();
 
     // Sends bytes to the host outside any frame, now.

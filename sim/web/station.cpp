@@ -68,7 +68,7 @@ void Station::arm(const std::string &rule) {
     const std::lock_guard lock(mutex_);
     recorder_.armed(rule);
     if (read.faults.empty()) {
-        armed_.push_back({rule, "reply", "status", read.replies.front().target.times});
+        armed_.push_back({rule, "reply", "answer", read.replies.front().target.times});
     } else {
         const FaultRule &fault = read.faults.front();
         armed_.push_back(

@@ -28,8 +28,7 @@ public:
     std::shared_ptr<Simulator> device() const;
     Scenario scenario() const;
 
-    // A rule of the scenario language: a fault, or a reply that is only a status. Throws
-    // ScenarioError.
+    // A rule of the scenario language: a fault or a reply. Throws ScenarioError.
     void arm(const std::string &rule);
     // Lays down a rule that was armed here. The scenario's own faults go with it, since a device
     // can only forget them all.

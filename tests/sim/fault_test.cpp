@@ -304,6 +304,63 @@ TEST(ArmedFault, IsClearedWithAllOthers) {
     EXPECT_EQ(host.ask("OPN"), "OPN000");
 }
 
+TEST(ArmedReply, EndsTheSessionAndTheChannelAsTheScenariosDoes) {
+    const std::string rule = "reply CLO skip status 040";
+    const auto close = [](sim::Simulator &device) {
+        Host host(device.port());
+        open_secure(host, KeyPair());
+        EXPECT_TRUE(host.send_secure("CLO032" + std::string(32, ' ')));
+        const std::string answer = host.answer();
+        const sim::Snapshot state = device.snapshot();
+        EXPECT_FALSE(state.open);
+        EXPECT_FALSE(state.secure);
+        return answer;
+    };
+    sim::Simulator scripted(rule);
+    EXPECT_EQ(close(scripted), "CLO040");
+    sim::Simulator armed;
+    armed.arm_fault(rule);
+    EXPECT_EQ(close(armed), "CLO040");
+    EXPECT_EQ(armed.snapshot().faults_struck, 1U);
+}
+
+TEST(ArmedReply, EndsTheCommandThatWaits) {
+    sim::Simulator device;
+    device.arm_fault("reply DEX skip status 012");
+    Host host(device.port());
+    ASSERT_EQ(host.send(command("CEX", record(6, "100099"))), ack);
+    ASSERT_TRUE(device.wait_pending("CEX"));
+    EXPECT_EQ(host.ask("DEX003000"), "DEX012");
+    EXPECT_FALSE(device.snapshot().waiting);
+    EXPECT_EQ(device.snapshot().overlaps, 1U);
+}
+
+TEST(ArmedReply, ChangesWhateverAScenarioCanChange) {
+    sim::Simulator device("event * key f1");
+    device.arm_fault("reply CEX nth 2 omit 8040 append \"!\"");
+    device.arm_fault("status DEX 011");
+    Host host(device.port());
+    const std::string ask = command("CEX", record(6, "100099"));
+    EXPECT_EQ(host.ask(ask), "CEX000006" + record(0x8040, "04"));
+    EXPECT_EQ(host.ask(ask), "CEX000!");
+    EXPECT_EQ(host.ask("DEX003000"), "DEX011");
+}
+
+TEST(ArmedReply, StandsBehindTheScenariosAndGoesAlone) {
+    sim::Simulator device("status DEX 011 nth 2");
+    device.arm_fault("status DEX 012");
+    Host host(device.port());
+    EXPECT_EQ(host.ask("DEX003000"), "DEX012");
+    EXPECT_EQ(host.ask("DEX003000"), "DEX011");
+    EXPECT_EQ(host.ask("DEX003000"), "DEX012");
+    EXPECT_EQ(device.snapshot().faults_struck, 2U);
+    device.clear_faults();
+    EXPECT_EQ(host.ask("DEX003000"), "DEX000");
+    sim::Simulator other("status DEX 011");
+    other.clear_faults();
+    EXPECT_EQ(Host(other.port()).ask("DEX003000"), "DEX011");
+}
+
 TEST(ArmedFault, MustBeUnderstood) {
     sim::Simulator device;
     EXPECT_THROW(device.arm_fault("fault ack explode"), sim::ScenarioError);

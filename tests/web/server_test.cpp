@@ -186,6 +186,23 @@ TEST_F(ServerTest, FaultsAreArmedAndLaidDown) {
     EXPECT_EQ(host.ask(show), "DEX000");
 }
 
+// What the page's Status switch sends for CLO.
+TEST_F(ServerTest, AStatusForTheCloseEndsTheSessionAndTheChannel) {
+    WebClient page = client();
+    Host host(station_.device()->port());
+    open_secure(host, KeyPair());
+    page.send(R"({"do":"arm","rule":"reply CLO nth 1 times 1 skip status 040"})");
+    const auto armed = [](std::size_t count) {
+        return [count](const json &state) { return state.at("armed").size() == count; };
+    };
+    page.wait_for("state", armed(1));
+    EXPECT_TRUE(host.send_secure("CLO032" + std::string(32, ' ')));
+    EXPECT_EQ(host.answer(), "CLO040");
+    page.wait_for("state", armed(0));
+    EXPECT_FALSE(station_.device()->snapshot().secure);
+    EXPECT_EQ(host.ask("OPN"), "OPN000");
+}
+
 TEST_F(ServerTest, AProblemIsToldToTheBrowserThatMadeIt) {
     WebClient page = client();
     page.send("hello");
