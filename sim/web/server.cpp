@@ -2,7 +2,7 @@
 
 #include "sim/web/access.h"
 #include "sim/web/hub.h"
-#include "sim/web/visitor.h"
+#include "sim/web/page_connection.h"
 #include "sim/web/watcher.h"
 
 #include <boost/asio/io_context.hpp>
@@ -119,20 +119,20 @@ private:
     }
 
     void welcome(tcp::socket socket) {
-        drop_gone(visitors_);
+        drop_gone(page_connections_);
         drop_gone(watchers_);
-        if (visitors_.size() + watchers_.size() >= options_.max_connections) {
+        if (page_connections_.size() + watchers_.size() >= options_.max_connections) {
             return;
         }
         boost::system::error_code ignored;
         socket.set_option(tcp::no_delay(true), ignored);
-        const auto visitor = std::make_shared<Visitor>(
+        const auto connection = std::make_shared<PageConnection>(
             std::move(socket), access_, hub_,
             [this](boost::beast::tcp_stream stream, const Watcher::Request &request) {
                 watch(std::move(stream), request);
             });
-        visitors_.push_back(visitor);
-        visitor->read();
+        page_connections_.push_back(connection);
+        connection->read();
     }
 
     void watch(boost::beast::tcp_stream stream, const Watcher::Request &request) {
@@ -155,7 +155,7 @@ private:
     boost::asio::steady_timer timer_;
     Clock::time_point last_update_{};
     std::atomic<bool> woken_{false};
-    std::vector<std::weak_ptr<Visitor>> visitors_;
+    std::vector<std::weak_ptr<PageConnection>> page_connections_;
     std::vector<std::weak_ptr<Watcher>> watchers_;
     std::thread thread_;
 };

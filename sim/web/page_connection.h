@@ -17,11 +17,12 @@ namespace sim::web {
 
 // A connection that asks for the files of the page, until it becomes a watcher or ends. Belongs to
 // the server's thread.
-class Visitor : public std::enable_shared_from_this<Visitor> {
+class PageConnection : public std::enable_shared_from_this<PageConnection> {
 public:
     using Upgrade = std::function<void(boost::beast::tcp_stream, const Watcher::Request &)>;
 
-    Visitor(boost::asio::ip::tcp::socket socket, const Access &access, Hub &hub, Upgrade upgrade)
+    PageConnection(boost::asio::ip::tcp::socket socket, const Access &access, Hub &hub,
+                   Upgrade upgrade)
         : stream_(std::move(socket)), access_(access), hub_(hub), upgrade_(std::move(upgrade)) {}
 
     void read();

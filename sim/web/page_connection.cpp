@@ -1,4 +1,4 @@
-#include "sim/web/visitor.h"
+#include "sim/web/page_connection.h"
 
 #include "sim/text.h"
 #include "sim/web/assets.h"
@@ -57,7 +57,7 @@ http::response<http::string_body> make_refusal(const Watcher::Request &request, 
 
 } // namespace
 
-void Visitor::read() {
+void PageConnection::read() {
     parser_.emplace();
     parser_->header_limit(header_limit);
     parser_->body_limit(body_limit);
@@ -72,7 +72,7 @@ void Visitor::read() {
                      });
 }
 
-void Visitor::take() {
+void PageConnection::take() {
     const Watcher::Request request = parser_->release();
     if (!access_.host_allowed(view(request[http::field::host]))) {
         write(make_refusal(request, http::status::forbidden,
@@ -96,14 +96,14 @@ void Visitor::take() {
     }
 }
 
-Visitor::Response Visitor::answer(const Watcher::Request &request) const {
+PageConnection::Response PageConnection::answer(const Watcher::Request &request) const {
     if (request.method() != http::verb::get && request.method() != http::verb::head) {
         return make_refusal(request, http::status::method_not_allowed, "Only GET and HEAD.\n");
     }
     return file(request);
 }
 
-Visitor::Response Visitor::file(const Watcher::Request &request) const {
+PageConnection::Response PageConnection::file(const Watcher::Request &request) const {
     const std::string path(view(request.target()));
     if (const Asset *asset = find_asset(path)) {
         return make_answer(request, http::status::ok, asset->type, asset->content);
@@ -117,7 +117,7 @@ Visitor::Response Visitor::file(const Watcher::Request &request) const {
                        "There is nothing here.\n");
 }
 
-void Visitor::write(Response response) {
+void PageConnection::write(Response response) {
     auto kept = std::make_shared<Response>(std::move(response));
     http::async_write(stream_, *kept,
                       [self = shared_from_this(), kept](error_code error, std::size_t) {
@@ -129,7 +129,7 @@ void Visitor::write(Response response) {
                       });
 }
 
-void Visitor::close() {
+void PageConnection::close() {
     error_code ignored;
     stream_.socket().shutdown(boost::asio::ip::tcp::socket::shutdown_send, ignored);
     stream_.close();
