@@ -68,10 +68,10 @@ std::string display_line(const JournalEntry &entry) {
             text += " [" + to_utf8(value) + "]";
         }
     }
-    if (entry.field("kind") == "qr_code") {
+    if (entry.field("kind") == screen_word(ScreenKind::qr_code)) {
         text += " <QR code>";
     }
-    return entry.field("kind") == "blank" ? "display: (blank)" : text;
+    return entry.field("kind") == screen_word(ScreenKind::blank) ? "display: (blank)" : text;
 }
 
 std::string other_line(const JournalEntry &entry) {

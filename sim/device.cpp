@@ -1,6 +1,7 @@
 #include "sim/device.h"
 
 #include "sim/commands/commands.h"
+#include "sim/events.h"
 #include "sim/ext_commands/ext_commands.h"
 #include "sim/screen.h"
 #include "sim/text.h"
@@ -164,15 +165,15 @@ void Device::swipe(const Card &card) {
 }
 
 void Device::insert_card() {
-    card_event("insert", ChipSlot::card_inserted, "92");
+    card_event("insert", ChipSlot::card_inserted);
 }
 
 void Device::remove_card() {
-    card_event("remove", ChipSlot::empty, "91");
+    card_event("remove", ChipSlot::empty);
 }
 
 void Device::tap_card() {
-    card_event("tap", board_.snapshot().chip_slot, "94");
+    card_event("tap", board_.snapshot().chip_slot);
 }
 
 void Device::press_button(char button) {
@@ -197,11 +198,11 @@ void Device::note_card(const char *action) {
     board_.change([this](Snapshot &state) { state.card_held = contactless_.held(); });
 }
 
-void Device::card_event(const char *action, ChipSlot slot, const std::string &code) {
+void Device::card_event(const char *action, ChipSlot slot) {
     log_.note("card", {{"action", action}});
     board_.change([slot](Snapshot &state) { state.chip_slot = slot; });
     if (waiting_ != nullptr) {
-        waiting_->card_event(code);
+        waiting_->card_event(event_of_word(action));
     }
 }
 
@@ -222,6 +223,11 @@ void Device::clear_armed() {
     replies_.erase(std::remove_if(replies_.begin(), replies_.end(),
                                   [](const ArmedReply &armed) { return armed.live; }),
                    replies_.end());
+}
+
+Script Device::next_script(ScriptKind kind) {
+    unsigned &occasion = occasions_.at(static_cast<std::size_t>(kind));
+    return scenario_.scripts(kind).script_for(++occasion);
 }
 
 std::optional<Fault> Device::strike_opn() {
@@ -440,10 +446,7 @@ void Device::set_screen(Screen screen) {
     if (plain && nothing) {
         screen.kind = ScreenKind::blank;
     }
-    static constexpr const char *kind_words[] = {"blank", "text",    "prompt",
-                                                 "media", "qr_code", "survey"};
-    std::vector<std::pair<std::string, std::string>> fields{
-        {"kind", kind_words[static_cast<std::size_t>(screen.kind)]}};
+    std::vector<std::pair<std::string, std::string>> fields{{"kind", screen_word(screen.kind)}};
     for (std::size_t i = 0; i < screen.lines.size(); ++i) {
         fields.emplace_back("line" + std::to_string(i + 1), screen.lines[i]);
     }

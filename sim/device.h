@@ -16,6 +16,7 @@
 
 #include <boost/asio/io_context.hpp>
 
+#include <array>
 #include <chrono>
 #include <memory>
 #include <optional>
@@ -69,11 +70,8 @@ public:
     Logbook &log() { return log_; }
     StateBoard &board() { return board_; }
     std::optional<Fault> strike_opn();
-    unsigned next_capture() { return ++captures_; }
-    unsigned next_event() { return ++events_; }
-    unsigned next_qr_code() { return ++qr_codes_; }
-    unsigned next_survey() { return ++surveys_; }
-    unsigned next_cx_survey() { return ++cx_surveys_; }
+    // What the customer does at the next command of this kind.
+    Script next_script(ScriptKind kind);
 
     // Ends the current command with this answer.
     void answer(Response response);
@@ -125,7 +123,7 @@ private:
     Bytes changed_body(const ExtResponse &response) const;
     void set_screen(Screen screen);
     void note_card(const char *action);
-    void card_event(const char *action, ChipSlot slot, const std::string &code);
+    void card_event(const char *action, ChipSlot slot);
 
     boost::asio::io_context &io_;
     const Scenario &scenario_;
@@ -139,11 +137,7 @@ private:
     MediaStore media_;
     Contactless contactless_;
     std::vector<ArmedReply> replies_;
-    unsigned captures_ = 0;
-    unsigned events_ = 0;
-    unsigned qr_codes_ = 0;
-    unsigned surveys_ = 0;
-    unsigned cx_surveys_ = 0;
+    std::array<unsigned, script_directives.size()> occasions_{}; // by kind of script
 
     bool open_ = false;
     std::string current_id_;

@@ -1,6 +1,7 @@
 #include "sim/scenario.h"
 
 #include "sim/crc16.h"
+#include "sim/events.h"
 #include "sim/scenario_line.h"
 #include "sim/text.h"
 
@@ -46,20 +47,18 @@ private:
     void require_open(ScenarioLine &line);
     void typing(ScenarioLine &line);
     void replug(ScenarioLine &line);
-    void capture(ScenarioLine &line);
-    void event(ScenarioLine &line);
     void status(ScenarioLine &line);
     void reply(ScenarioLine &line);
     void fault(ScenarioLine &line);
-    void qrcode(ScenarioLine &line);
-    void survey(ScenarioLine &line);
-    void cx_survey(ScenarioLine &line);
     void mifare(ScenarioLine &line);
     void binary_status(ScenarioLine &line);
 
-    void book_script(ScenarioLine &line, ScriptBook &book, unsigned &last,
-                     void (ScenarioParser::*step)(ScenarioLine &, Script &));
+    bool device_directive(ScenarioLine &line);
+    bool script_directive(ScenarioLine &line);
+    void book_script(ScenarioLine &line, ScriptKind kind);
+    void script_step(ScenarioLine &line, ScriptKind kind, Script &script);
     bool common_step(ScenarioLine &line, Script &script);
+    bool notify_step(ScenarioLine &line, Script &script);
     void capture_step(ScenarioLine &line, Script &script);
     void event_step(ScenarioLine &line, Script &script);
     void screen_step(ScenarioLine &line, Script &script);
@@ -74,11 +73,7 @@ private:
     void apply_typing(ScriptBook &book) const;
 
     Scenario scenario_;
-    unsigned last_capture_ = 0;
-    unsigned last_event_ = 0;
-    unsigned last_qr_code_ = 0;
-    unsigned last_survey_ = 0;
-    unsigned last_cx_survey_ = 0;
+    std::array<unsigned, script_directives.size()> last_occasions_{};
 };
 
 Step simple_step(Step::Kind kind, std::string text = {}) {
@@ -226,14 +221,9 @@ const std::map<std::string, ScenarioParser::Directive> &ScenarioParser::directiv
         {"require-open", &ScenarioParser::require_open},
         {"typing", &ScenarioParser::typing},
         {"replug", &ScenarioParser::replug},
-        {"capture", &ScenarioParser::capture},
-        {"event", &ScenarioParser::event},
         {"status", &ScenarioParser::status},
         {"reply", &ScenarioParser::reply},
         {"fault", &ScenarioParser::fault},
-        {"qrcode", &ScenarioParser::qrcode},
-        {"survey", &ScenarioParser::survey},
-        {"cxsurvey", &ScenarioParser::cx_survey},
         {"mifare", &ScenarioParser::mifare},
         {"binary-status", &ScenarioParser::binary_status},
     };
@@ -248,20 +238,35 @@ Scenario ScenarioParser::parse(const std::string &text) {
         if (line.done()) {
             continue;
         }
-        const auto found = directives().find(line.peek());
-        if (found == directives().end()) {
+        if (!device_directive(line) && !script_directive(line)) {
             line.fail("a directive");
         }
-        line.word("a directive");
-        (this->*found->second)(line);
         line.end();
     }
-    apply_typing(scenario_.captures);
-    for (ScriptBook *book :
-         {&scenario_.events, &scenario_.qr_codes, &scenario_.surveys, &scenario_.cx_surveys}) {
-        apply_typing(*book);
+    for (ScriptBook &book : scenario_.script_books) {
+        apply_typing(book);
     }
     return scenario_;
+}
+
+bool ScenarioParser::device_directive(ScenarioLine &line) {
+    const auto found = directives().find(line.peek());
+    if (found == directives().end()) {
+        return false;
+    }
+    line.word("a directive");
+    (this->*found->second)(line);
+    return true;
+}
+
+bool ScenarioParser::script_directive(ScenarioLine &line) {
+    for (const ScriptDirective &directive : script_directives) {
+        if (line.accept(directive.word)) {
+            book_script(line, directive.kind);
+            return true;
+        }
+    }
+    return false;
 }
 
 void ScenarioParser::display(ScenarioLine &line) {
@@ -279,11 +284,10 @@ void ScenarioParser::prompt(ScenarioLine &line) {
 }
 
 void ScenarioParser::media(ScenarioLine &line) {
-    constexpr std::size_t max_name = 8;
     constexpr std::size_t max_size = 16777216;
     MediaFile file;
     file.name = line.word("a media name");
-    if (file.name.size() > max_name) {
+    if (file.name.size() > media_name_size) {
         line.reject("a media name has at most 8 characters: '" + file.name + "'");
     }
     if (line.accept("size")) {
@@ -344,16 +348,9 @@ void ScenarioParser::replug(ScenarioLine &line) {
     scenario_.replug_after = line.duration();
 }
 
-void ScenarioParser::capture(ScenarioLine &line) {
-    book_script(line, scenario_.captures, last_capture_, &ScenarioParser::capture_step);
-}
-
-void ScenarioParser::event(ScenarioLine &line) {
-    book_script(line, scenario_.events, last_event_, &ScenarioParser::event_step);
-}
-
-void ScenarioParser::book_script(ScenarioLine &line, ScriptBook &book, unsigned &last,
-                                 void (ScenarioParser::*step)(ScenarioLine &, Script &)) {
+void ScenarioParser::book_script(ScenarioLine &line, ScriptKind kind) {
+    ScriptBook &book = scenario_.script_books.at(static_cast<std::size_t>(kind));
+    unsigned &last = last_occasions_.at(static_cast<std::size_t>(kind));
     const bool any = line.accept("*");
     unsigned occasion = last + 1;
     if (!any && read_decimal(line.peek())) {
@@ -372,7 +369,7 @@ void ScenarioParser::book_script(ScenarioLine &line, ScriptBook &book, unsigned 
         if (ended) {
             line.fail("the end of the line, because nothing can follow the last step");
         }
-        (this->*step)(line, script);
+        script_step(line, kind, script);
     }
     if (any) {
         if (book.any) {
@@ -387,12 +384,26 @@ void ScenarioParser::book_script(ScenarioLine &line, ScriptBook &book, unsigned 
     last = occasion;
 }
 
+void ScenarioParser::script_step(ScenarioLine &line, ScriptKind kind, Script &script) {
+    switch (kind) {
+    case ScriptKind::capture:
+        capture_step(line, script);
+        break;
+    case ScriptKind::event:
+        event_step(line, script);
+        break;
+    case ScriptKind::qr_code:
+    case ScriptKind::survey:
+    case ScriptKind::cx_survey:
+        screen_step(line, script);
+        break;
+    }
+}
+
 bool ScenarioParser::common_step(ScenarioLine &line, Script &script) {
     if (line.accept("wait")) {
         script.push_back(simple_step(Step::Kind::pause));
         script.back().delay = line.duration();
-    } else if (line.accept("notify")) {
-        script.push_back(simple_step(Step::Kind::notify, line.quoted("the notification")));
     } else if (line.accept("raw")) {
         script.push_back(simple_step(Step::Kind::raw));
         script.back().bytes = line.text_or_hex("a body");
@@ -406,8 +417,16 @@ bool ScenarioParser::common_step(ScenarioLine &line, Script &script) {
     return true;
 }
 
+bool ScenarioParser::notify_step(ScenarioLine &line, Script &script) {
+    const bool notifies = line.accept("notify");
+    if (notifies) {
+        script.push_back(simple_step(Step::Kind::notify, line.quoted("the notification")));
+    }
+    return notifies;
+}
+
 void ScenarioParser::capture_step(ScenarioLine &line, Script &script) {
-    if (common_step(line, script)) {
+    if (common_step(line, script) || notify_step(line, script)) {
         return;
     }
     if (line.accept("keys")) {
@@ -450,12 +469,7 @@ void ScenarioParser::typed_keys(ScenarioLine &line, Script &script) {
 }
 
 void ScenarioParser::event_step(ScenarioLine &line, Script &script) {
-    static const std::map<std::string, std::string> plain_events{
-        {"remove", "91"}, {"insert", "92"}, {"no-tap", "93"}, {"tap", "94"}};
-    static const std::map<std::string, std::string> key_events{
-        {"enter", "00"}, {"up", "02"}, {"down", "03"},  {"f1", "04"},    {"f2", "05"},
-        {"f3", "06"},    {"f4", "07"}, {"clear", "08"}, {"cancel", "13"}};
-    if (common_step(line, script)) {
+    if (common_step(line, script) || notify_step(line, script)) {
         return;
     }
     if (line.accept("swipe")) {
@@ -463,19 +477,19 @@ void ScenarioParser::event_step(ScenarioLine &line, Script &script) {
     } else if (line.accept("code")) {
         script.push_back(simple_step(Step::Kind::event, line.quoted("the event code")));
     } else if (line.accept("key")) {
-        const auto found = key_events.find(line.peek());
-        if (found == key_events.end()) {
+        const auto key = key_of_name(line.peek());
+        if (!key) {
             line.fail("a key that has an event");
         }
         line.word("a key");
-        script.push_back(simple_step(Step::Kind::event, found->second));
+        script.push_back(simple_step(Step::Kind::event, event_of_key(*key)));
     } else {
-        const auto found = plain_events.find(line.peek());
-        if (found == plain_events.end()) {
+        const char *code = event_of_word(line.peek());
+        if (code == nullptr) {
             line.fail("a step of an event check");
         }
         line.word("an event");
-        script.push_back(simple_step(Step::Kind::event, found->second));
+        script.push_back(simple_step(Step::Kind::event, code));
     }
 }
 
@@ -485,34 +499,15 @@ void ScenarioParser::swipe_step(ScenarioLine &line, Script &script) {
         line.fail("the name of a card of an earlier line");
     }
     line.word("a card");
-    script.push_back(simple_step(Step::Kind::swipe, "90"));
+    script.push_back(simple_step(Step::Kind::swipe));
     script.back().card = found->second;
 }
 
-void ScenarioParser::qrcode(ScenarioLine &line) {
-    book_script(line, scenario_.qr_codes, last_qr_code_, &ScenarioParser::screen_step);
-}
-
-void ScenarioParser::survey(ScenarioLine &line) {
-    book_script(line, scenario_.surveys, last_survey_, &ScenarioParser::screen_step);
-}
-
-void ScenarioParser::cx_survey(ScenarioLine &line) {
-    book_script(line, scenario_.cx_surveys, last_cx_survey_, &ScenarioParser::screen_step);
-}
-
 void ScenarioParser::screen_step(ScenarioLine &line, Script &script) {
-    if (line.accept("wait")) {
-        script.push_back(simple_step(Step::Kind::pause));
-        script.back().delay = line.duration();
-    } else if (line.accept("raw")) {
-        script.push_back(simple_step(Step::Kind::raw));
-        script.back().bytes = line.text_or_hex("a body");
-    } else if (line.accept("timeout")) {
-        script.push_back(simple_step(Step::Kind::timeout));
-    } else if (line.accept("live")) {
-        script.push_back(simple_step(Step::Kind::live));
-    } else if (line.accept("answer")) {
+    if (common_step(line, script)) {
+        return;
+    }
+    if (line.accept("answer")) {
         script.push_back(simple_step(Step::Kind::answer));
         script.back().bytes = line.text_or_hex("an answer");
     } else if (line.accept("press")) {

@@ -5,6 +5,7 @@
 #include "sim/packet.h"
 #include "sim/types.h"
 
+#include <array>
 #include <chrono>
 #include <map>
 #include <optional>
@@ -37,7 +38,22 @@ struct Step {
 };
 using Script = std::vector<Step>;
 
-// The scripts of all captures, or of all event checks.
+// The commands that wait for the customer.
+enum class ScriptKind { capture, event, qr_code, survey, cx_survey };
+
+struct ScriptDirective {
+    ScriptKind kind;
+    const char *word;
+    const char *command;
+};
+constexpr std::array<ScriptDirective, 5> script_directives{
+    {{ScriptKind::capture, "capture", "GCD"},
+     {ScriptKind::event, "event", "CEX"},
+     {ScriptKind::qr_code, "qrcode", "QR01"},
+     {ScriptKind::survey, "survey", "EX08"},
+     {ScriptKind::cx_survey, "cxsurvey", "EX10"}}};
+
+// The scripts for all commands of one kind.
 struct ScriptBook {
     std::map<unsigned, Script> numbered;
     std::optional<Script> any;
@@ -75,11 +91,7 @@ struct Scenario {
     bool require_open = false;
     std::chrono::milliseconds typing{0};
     std::optional<std::chrono::milliseconds> replug_after;
-    ScriptBook captures;
-    ScriptBook events;
-    ScriptBook qr_codes;
-    ScriptBook surveys;
-    ScriptBook cx_surveys;
+    std::array<ScriptBook, script_directives.size()> script_books;
     // The contactless card of the customer, and whether it is in the field from the start.
     MifareCard contactless_card{default_uid};
     bool card_held = false;
@@ -88,6 +100,10 @@ struct Scenario {
     bool binary_status = false;
     std::vector<ReplyRule> replies;
     std::vector<FaultRule> faults;
+
+    const ScriptBook &scripts(ScriptKind kind) const {
+        return script_books.at(static_cast<std::size_t>(kind));
+    }
 };
 
 // Reads a scenario. Throws ScenarioError at the first line that cannot be read.

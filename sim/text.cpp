@@ -129,4 +129,22 @@ std::optional<Key> key_of_name(std::string_view name) {
     return found->first;
 }
 
+const char *screen_word(ScreenKind kind) {
+    switch (kind) {
+    case ScreenKind::blank:
+        return "blank";
+    case ScreenKind::text:
+        return "text";
+    case ScreenKind::prompt:
+        return "prompt";
+    case ScreenKind::media:
+        return "media";
+    case ScreenKind::qr_code:
+        return "qr_code";
+    case ScreenKind::survey:
+        return "survey";
+    }
+    return "";
+}
+
 } // namespace sim

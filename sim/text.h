@@ -33,4 +33,7 @@ std::string to_utf8(std::string_view latin1);
 std::string key_name(Key key);
 std::optional<Key> key_of_name(std::string_view name);
 
+// What the journal calls a kind of screen.
+const char *screen_word(ScreenKind kind);
+
 } // namespace sim

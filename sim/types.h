@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -20,6 +21,9 @@ struct Card {
 };
 
 enum class ChipSlot { empty, card_inserted };
+
+// On the line; shorter names are filled up with blanks.
+constexpr std::size_t media_name_size = 8;
 
 // A file in the device's media store.
 struct MediaFile {

@@ -8,7 +8,6 @@ namespace sim::commands {
 namespace {
 
 constexpr std::uint16_t prompt_number = 11;
-constexpr std::uint16_t time_limit = 12;
 constexpr std::uint16_t minimum_digits = 13;
 constexpr std::uint16_t maximum_digits = 14;
 constexpr std::size_t most_digits = 32;
@@ -126,7 +125,7 @@ std::string prompt_text(const Device &device, std::uint16_t number) {
 
 void gcd(Device &device, const Request &request) {
     const std::vector<Param> params = read_params(request.rest);
-    allow_only(params, {prompt_number, time_limit, minimum_digits, maximum_digits});
+    allow_only(params, {prompt_number, param_id::time_limit, minimum_digits, maximum_digits});
     const Bytes &number_bytes = need_param(params, prompt_number, 2);
     const auto number = static_cast<std::uint16_t>(number_bytes[0] << 8 | number_bytes[1]);
     CaptureSettings settings;
@@ -136,15 +135,15 @@ void gcd(Device &device, const Request &request) {
     if (settings.minimum > settings.maximum || settings.maximum > most_digits) {
         throw Refusal(status::invalid_parameter);
     }
-    if (find_param(params, time_limit) != nullptr) {
-        const std::uint8_t seconds = need_param(params, time_limit, 1).front();
+    if (find_param(params, param_id::time_limit) != nullptr) {
+        const std::uint8_t seconds = need_param(params, param_id::time_limit, 1).front();
         if (seconds != 0) {
             settings.time_limit = std::chrono::seconds(seconds);
         }
     }
     device.board().change([number](Snapshot &state) { state.last_prompt = number; });
-    device.wait_with(std::make_unique<Capture>(
-        device, std::move(settings), device.scenario().captures.script_for(device.next_capture())));
+    device.wait_with(std::make_unique<Capture>(device, std::move(settings),
+                                               device.next_script(ScriptKind::capture)));
 }
 
 } // namespace sim::commands

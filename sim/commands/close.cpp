@@ -6,7 +6,6 @@ namespace sim::commands {
 namespace {
 
 constexpr std::uint16_t display_message = 0x001B;
-constexpr std::uint16_t media_name = 0x001E;
 
 void leave_idle(Device &device, const std::string &message, const std::string &media) {
     device.board().change([&](Snapshot &state) {
@@ -33,13 +32,12 @@ void clo(Device &device, const Request &request) {
 
 void clx(Device &device, const Request &request) {
     constexpr std::size_t max_message = 128;
-    constexpr std::size_t name_size = 8;
     const std::vector<Param> params = read_params(request.rest);
-    allow_only(params, {display_message, media_name});
+    allow_only(params, {display_message, param_id::media_name});
     const Bytes *message = find_param(params, display_message);
-    const Bytes *name = find_param(params, media_name);
+    const Bytes *name = find_param(params, param_id::media_name);
     if ((message != nullptr && message->size() > max_message) ||
-        (name != nullptr && name->size() != name_size)) {
+        (name != nullptr && name->size() != media_name_size)) {
         throw Refusal(status::invalid_parameter);
     }
     const std::string text = message == nullptr ? std::string() : to_text(*message);

@@ -22,6 +22,13 @@ struct Command {
 const Command *find_command(const std::string &id);
 
 namespace commands {
+
+// Parameters that several commands take.
+namespace param_id {
+constexpr std::uint16_t time_limit = 12;
+constexpr std::uint16_t media_name = 30;
+} // namespace param_id
+
 void opn(Device &device, const Request &request);
 void clo(Device &device, const Request &request);
 void clx(Device &device, const Request &request);
@@ -34,6 +41,7 @@ void lmf(Device &device, const Request &request);
 void mli(Device &device, const Request &request);
 void mlr(Device &device, const Request &request);
 void mle(Device &device, const Request &request);
+
 } // namespace commands
 
 } // namespace sim

@@ -5,20 +5,17 @@ namespace sim::commands {
 
 namespace {
 
-constexpr std::uint16_t media_name = 0x001E;
-constexpr std::size_t name_size = 8;
-
 // The names that a command gives, in its order. Throws Refusal: 019 when there is none, 011 when
 // one is malformed, 100 when one is not in the store.
 std::vector<std::string> read_names(Device &device, const Request &request, bool extended) {
     const std::vector<Param> params = read_params(request.rest);
-    allow_only(params, {media_name});
+    allow_only(params, {param_id::media_name});
     if (params.empty()) {
         throw Refusal(status::missing_parameter);
     }
     std::vector<std::string> names;
     for (const Param &param : params) {
-        if (param.value.size() != name_size) {
+        if (param.value.size() != media_name_size) {
             throw Refusal(status::invalid_parameter);
         }
         check_text(param.value, extended, false);
@@ -73,7 +70,7 @@ void lmf(Device &device, const Request &request) {
     Response response = make_response("LMF", status::ok);
     for (const MediaFile &file : device.media().files()) {
         std::string name = file.name;
-        name.resize(name_size, ' ');
+        name.resize(media_name_size, ' ');
         response.params.push_back({data_id::media_name, to_bytes(name)});
     }
     device.answer(std::move(response));

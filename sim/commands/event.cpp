@@ -1,4 +1,5 @@
 #include "sim/commands/commands.h"
+#include "sim/events.h"
 #include "sim/text.h"
 
 #include <algorithm>
@@ -10,33 +11,7 @@ namespace sim::commands {
 namespace {
 
 constexpr std::uint16_t event_options = 6;
-constexpr std::uint16_t time_limit = 12;
 constexpr std::uint16_t number_pair = 35;
-
-std::string event_of_key(Key key) {
-    switch (key) {
-    case Key::enter:
-        return "00";
-    case Key::up:
-        return "02";
-    case Key::down:
-        return "03";
-    case Key::f1:
-        return "04";
-    case Key::f2:
-        return "05";
-    case Key::f3:
-        return "06";
-    case Key::f4:
-        return "07";
-    case Key::clear:
-    case Key::backspace:
-        return "08";
-    case Key::cancel:
-        return "13";
-    }
-    return {};
-}
 
 // Waits for the first key or card that the options ask for.
 class EventCheck : public Waiting {
@@ -76,8 +51,9 @@ public:
 
     void card_event(const std::string &code) override {
         const char chip = options_[2];
-        const bool wanted = (code == "92" && chip == '1') || (code == "91" && chip == '2') ||
-                            (code == "94" && options_[3] != '0');
+        const bool wanted = (code == event_code::insert && chip == '1') ||
+                            (code == event_code::remove && chip == '2') ||
+                            (code == event_code::tap && options_[3] != '0');
         if (wanted) {
             report(code);
         }
@@ -104,7 +80,7 @@ private:
         add(data_id::track1, card.track1);
         add(data_id::track2, card.track2);
         add(data_id::track3, card.track3);
-        report("90", std::move(tracks));
+        report(event_code::swipe, std::move(tracks));
     }
 
     void report(const std::string &code, std::vector<Param> tracks = {}) {
@@ -137,16 +113,16 @@ void check_number_pair(const std::vector<Param> &params) {
 void cex(Device &device, const Request &request) {
     constexpr std::size_t options_size = 6;
     const std::vector<Param> params = read_params(request.rest);
-    allow_only(params, {event_options, time_limit, number_pair});
+    allow_only(params, {event_options, param_id::time_limit, number_pair});
     const Bytes &options = need_param(params, event_options, options_size);
     check_text(options, false, false);
     check_number_pair(params);
     std::optional<std::chrono::seconds> limit;
-    if (find_param(params, time_limit) != nullptr) {
-        limit = std::chrono::seconds(need_param(params, time_limit, 1).front());
+    if (find_param(params, param_id::time_limit) != nullptr) {
+        limit = std::chrono::seconds(need_param(params, param_id::time_limit, 1).front());
     }
-    device.wait_with(std::make_unique<EventCheck>(
-        device, to_text(options), limit, device.scenario().events.script_for(device.next_event())));
+    device.wait_with(std::make_unique<EventCheck>(device, to_text(options), limit,
+                                                  device.next_script(ScriptKind::event)));
 }
 
 } // namespace sim::commands

@@ -8,7 +8,6 @@ namespace sim::commands {
 namespace {
 
 constexpr std::uint16_t record_data = 15;
-constexpr std::uint16_t file_name = 30;
 constexpr std::uint16_t file_facts = 31;
 
 void note_refusal(Device &device, unsigned code) {
@@ -19,11 +18,10 @@ void note_refusal(Device &device, unsigned code) {
 } // namespace
 
 void mli(Device &device, const Request &request) {
-    constexpr std::size_t name_size = 8;
     constexpr std::size_t facts_size = 10;
     const std::vector<Param> params = read_params(request.rest);
-    allow_only(params, {file_name, file_facts});
-    const Bytes &name_field = need_param(params, file_name, name_size);
+    allow_only(params, {param_id::media_name, file_facts});
+    const Bytes &name_field = need_param(params, param_id::media_name, media_name_size);
     check_text(name_field, false, false);
     const std::string name = trim_right(to_text(name_field));
     const Bytes &facts = need_param(params, file_facts, facts_size);

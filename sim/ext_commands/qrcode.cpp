@@ -29,8 +29,8 @@ void qr01(Device &device, const ExtRequest &request) {
     if (seconds != 0) {
         rules.time_limit = std::chrono::seconds(seconds);
     }
-    device.wait_with(std::make_unique<CustomerScreen>(
-        device, std::move(rules), device.scenario().qr_codes.script_for(device.next_qr_code())));
+    device.wait_with(std::make_unique<CustomerScreen>(device, std::move(rules),
+                                                      device.next_script(ScriptKind::qr_code)));
 }
 
 } // namespace sim::ext_commands

@@ -75,8 +75,8 @@ void ex08(Device &device, const ExtRequest &request) {
                                  {"bottom", bottom.data},
                                  {"buttons", rules.buttons}});
     device.show_survey(text, pictures, rules.buttons);
-    device.wait_with(std::make_unique<CustomerScreen>(
-        device, std::move(rules), device.scenario().surveys.script_for(device.next_survey())));
+    device.wait_with(std::make_unique<CustomerScreen>(device, std::move(rules),
+                                                      device.next_script(ScriptKind::survey)));
 }
 
 void ex10(Device &device, const ExtRequest &request) {
@@ -101,9 +101,8 @@ void ex10(Device &device, const ExtRequest &request) {
                                  {"text", text},
                                  {"buttons", rules.buttons}});
     device.show_survey(text, {}, rules.buttons);
-    device.wait_with(std::make_unique<CustomerScreen>(
-        device, std::move(rules),
-        device.scenario().cx_surveys.script_for(device.next_cx_survey())));
+    device.wait_with(std::make_unique<CustomerScreen>(device, std::move(rules),
+                                                      device.next_script(ScriptKind::cx_survey)));
 }
 
 } // namespace sim::ext_commands

@@ -1,7 +1,7 @@
 #include "sim/web/recorder.h"
 
+#include "sim/events.h"
 #include "sim/packet.h"
-#include "sim/scenario.h"
 #include "sim/text.h"
 
 #include <algorithm>
@@ -15,26 +15,17 @@ namespace sim::web {
 
 namespace {
 
-struct Waiter {
-    const char *command;
-    const char *directive;
-};
-constexpr std::array<Waiter, 5> waiters{{{"GCD", "capture"},
-                                         {"CEX", "event"},
-                                         {"QR01", "qrcode"},
-                                         {"EX08", "survey"},
-                                         {"EX10", "cxsurvey"}}};
-
-const char *directive_of(const std::string &command) {
-    const auto *found = std::find_if(waiters.begin(), waiters.end(), [&](const Waiter &waiter) {
-        return command == waiter.command;
-    });
-    return found == waiters.end() ? nullptr : found->directive;
+const ScriptDirective *directive_of(const std::string &command) {
+    const auto *found = std::find_if(
+        script_directives.begin(), script_directives.end(),
+        [&command](const ScriptDirective &directive) { return command == directive.command; });
+    return found == script_directives.end() ? nullptr : found;
 }
 
-bool is_directive(const std::string &word) {
-    return std::any_of(waiters.begin(), waiters.end(),
-                       [&](const Waiter &waiter) { return word == waiter.directive; });
+bool is_script(const std::string &word) {
+    return std::any_of(
+        script_directives.begin(), script_directives.end(),
+        [&word](const ScriptDirective &directive) { return word == directive.word; });
 }
 
 std::vector<std::string> words_of(const std::string &line) {
@@ -68,13 +59,8 @@ std::string quoted(const std::string &text) {
 }
 
 std::string event_step(const std::string &code) {
-    static const std::map<std::string, std::string> words{
-        {"00", "key enter"},  {"02", "key up"}, {"03", "key down"}, {"04", "key f1"},
-        {"05", "key f2"},     {"06", "key f3"}, {"07", "key f4"},   {"08", "key clear"},
-        {"13", "key cancel"}, {"91", "remove"}, {"92", "insert"},   {"93", "no-tap"},
-        {"94", "tap"}};
-    const auto found = words.find(code);
-    return found == words.end() ? "code " + quoted(code) : found->second;
+    const std::string step = step_of_event(code);
+    return step.empty() ? "code " + quoted(code) : step;
 }
 
 // The command that a rule is for; empty for any.
@@ -115,7 +101,7 @@ Recorder::Recorder(const std::string &base, double time_scale) : time_scale_(tim
         const std::string word = first_word(line);
         if (word == "fault") {
             rules_.push_back({line, 0, {}});
-        } else if (word != "typing" && word != "capture" && !is_directive(word)) {
+        } else if (word != "typing" && !is_script(word)) {
             base_ += line + '\n';
         }
         base_replugs_ = base_replugs_ || word == "replug";
@@ -180,16 +166,16 @@ void Recorder::frame(const WireFrame &frame) {
 }
 
 void Recorder::begin(const std::string &id, Clock::time_point time) {
-    const char *directive = directive_of(id);
+    const ScriptDirective *directive = directive_of(id);
     if (directive != nullptr) {
         script_ = Script{directive, false, {}, time};
     }
 }
 
 void Recorder::end() {
-    const bool event = std::string_view(script_->directive) == "event";
+    const bool event = script_->directive->kind == ScriptKind::event;
     if (script_->shown || event) {
-        scripts_.push_back(std::string(script_->directive) +
+        scripts_.push_back(std::string(script_->directive->word) +
                            (script_->steps.empty() ? " live" : script_->steps));
     }
     drop();
@@ -211,10 +197,10 @@ void Recorder::step(Clock::time_point time, const std::string &words) {
 
 void Recorder::key(Clock::time_point time, const std::string &name) {
     // The keys of an event check are known by the event that is reported.
-    if (!script_ || std::string_view(script_->directive) == "event") {
+    if (!script_ || script_->directive->kind == ScriptKind::event) {
         return;
     }
-    const bool capture = std::string_view(script_->directive) == "capture";
+    const bool capture = script_->directive->kind == ScriptKind::capture;
     const bool usable =
         name == "enter" || name == "cancel" || name == "clear" || name == "backspace";
     if (usable) {
@@ -233,8 +219,8 @@ void Recorder::response(const JournalEntry &entry) {
         return;
     }
     const std::string status = entry.field("status");
-    const std::string_view directive = script_->directive;
-    if (directive == "event") {
+    const ScriptKind kind = script_->directive->kind;
+    if (kind == ScriptKind::event) {
         // One with an event waits for the frame, which says which.
         if (status == "012") {
             step(entry.time, "timeout");
@@ -244,7 +230,7 @@ void Recorder::response(const JournalEntry &entry) {
         }
         return;
     }
-    if (directive == "capture" && status == "012" && script_->shown) {
+    if (kind == ScriptKind::capture && status == "012" && script_->shown) {
         step(entry.time, "timeout");
     }
     end();
@@ -265,7 +251,7 @@ void Recorder::answered(const JournalEntry &entry) {
 }
 
 void Recorder::event(const WireFrame &frame) {
-    if (!script_ || std::string_view(script_->directive) != "event") {
+    if (!script_ || script_->directive->kind != ScriptKind::event) {
         return;
     }
     constexpr std::size_t head = 6; // identifier and status
@@ -295,7 +281,7 @@ void Recorder::event(const WireFrame &frame) {
         drop();
         return;
     }
-    step(frame.time, code == "90" ? "swipe " + card_name(card) : event_step(code));
+    step(frame.time, code == event_code::swipe ? "swipe " + card_name(card) : event_step(code));
     end();
 }
 

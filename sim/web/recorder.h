@@ -1,6 +1,7 @@
 #pragma once
 
 #include "sim/journal.h"
+#include "sim/scenario.h"
 #include "sim/types.h"
 #include "sim/wire_log.h"
 
@@ -39,7 +40,7 @@ public:
 private:
     // What the customer did for one command.
     struct Script {
-        const char *directive;
+        const ScriptDirective *directive;
         bool shown;
         std::string steps;
         Clock::time_point last_time;

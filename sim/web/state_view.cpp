@@ -13,24 +13,6 @@ namespace {
 
 using nlohmann::json;
 
-const char *screen_word(ScreenKind kind) {
-    switch (kind) {
-    case ScreenKind::blank:
-        return "blank";
-    case ScreenKind::text:
-        return "text";
-    case ScreenKind::prompt:
-        return "prompt";
-    case ScreenKind::media:
-        return "media";
-    case ScreenKind::qr_code:
-        return "qr";
-    case ScreenKind::survey:
-        return "survey";
-    }
-    return "";
-}
-
 json media_list(const Snapshot &state) {
     json list = json::array();
     for (const std::string &name : state.shown_media) {
@@ -70,7 +52,6 @@ std::string state_message(const Snapshot &state, const Scenario &scenario, const
                        {"secure", state.secure},
                        {"waiting", state.waiting},
                        {"pending", to_utf8(state.pending_command)},
-                       {"screen", screen_word(state.screen)},
                        {"columns", scenario.columns},
                        {"rows", scenario.rows},
                        {"lines", std::move(lines)},

@@ -55,7 +55,7 @@ TEST(Scenario, ScriptsBecomeSteps) {
     const Scenario scenario =
         parse_scenario("typing 30\n"
                        "capture wait 10 notify \"HI\" keys 12 every 5 keys 3 enter\n");
-    const sim::Script script = scenario.captures.script_for(1);
+    const sim::Script script = scenario.scripts(sim::ScriptKind::capture).script_for(1);
     ASSERT_EQ(script.size(), 6U);
     EXPECT_EQ(script[0].kind, Step::Kind::pause);
     EXPECT_EQ(script[0].delay, milliseconds(10));
@@ -66,16 +66,17 @@ TEST(Scenario, ScriptsBecomeSteps) {
     EXPECT_EQ(script[5].kind, Step::Kind::key);
     EXPECT_EQ(script[5].key, sim::Key::enter);
     EXPECT_EQ(script[5].delay, milliseconds(30));
-    EXPECT_TRUE(scenario.captures.script_for(2).empty());
+    EXPECT_TRUE(scenario.scripts(sim::ScriptKind::capture).script_for(2).empty());
 }
 
 TEST(Scenario, UnnumberedScriptsFollowTheLastNumber) {
     const Scenario scenario =
         parse_scenario("event key f1\nevent 5 key f2\nevent key f3\nevent * timeout\n");
-    EXPECT_EQ(scenario.events.script_for(1).front().text, "04");
-    EXPECT_EQ(scenario.events.script_for(5).front().text, "05");
-    EXPECT_EQ(scenario.events.script_for(6).front().text, "06");
-    EXPECT_EQ(scenario.events.script_for(2).front().kind, Step::Kind::timeout);
+    EXPECT_EQ(scenario.scripts(sim::ScriptKind::event).script_for(1).front().text, "04");
+    EXPECT_EQ(scenario.scripts(sim::ScriptKind::event).script_for(5).front().text, "05");
+    EXPECT_EQ(scenario.scripts(sim::ScriptKind::event).script_for(6).front().text, "06");
+    EXPECT_EQ(scenario.scripts(sim::ScriptKind::event).script_for(2).front().kind,
+              Step::Kind::timeout);
 }
 
 TEST(Scenario, OccasionsMayStandBeforeOrAfterAnAction) {
@@ -138,19 +139,22 @@ TEST(Scenario, ScriptsOfQrCodesAndSurveysBecomeSteps) {
     const Scenario scenario =
         parse_scenario("typing 30\nqrcode wait 10 enter\nsurvey 2 press 7\n"
                        "cxsurvey press 05 enter\ncxsurvey answer hex 4100\ncxsurvey * timeout");
-    const sim::Script code = scenario.qr_codes.script_for(1);
+    const sim::Script code = scenario.scripts(sim::ScriptKind::qr_code).script_for(1);
     ASSERT_EQ(code.size(), 2U);
     EXPECT_EQ(code[0].delay, milliseconds(10));
     EXPECT_EQ(code[1].key, sim::Key::enter);
-    EXPECT_TRUE(scenario.surveys.script_for(1).empty());
-    EXPECT_EQ(scenario.surveys.script_for(2).front().kind, Step::Kind::button);
-    EXPECT_EQ(scenario.surveys.script_for(2).front().text, "7");
-    const sim::Script typed = scenario.cx_surveys.script_for(1);
+    EXPECT_TRUE(scenario.scripts(sim::ScriptKind::survey).script_for(1).empty());
+    EXPECT_EQ(scenario.scripts(sim::ScriptKind::survey).script_for(2).front().kind,
+              Step::Kind::button);
+    EXPECT_EQ(scenario.scripts(sim::ScriptKind::survey).script_for(2).front().text, "7");
+    const sim::Script typed = scenario.scripts(sim::ScriptKind::cx_survey).script_for(1);
     ASSERT_EQ(typed.size(), 3U);
     EXPECT_EQ(typed[0].text, "0");
     EXPECT_EQ(typed[1].text, "5");
-    EXPECT_EQ(scenario.cx_surveys.script_for(2).front().bytes, (sim::Bytes{0x41, 0x00}));
-    EXPECT_EQ(scenario.cx_surveys.script_for(9).front().kind, Step::Kind::timeout);
+    EXPECT_EQ(scenario.scripts(sim::ScriptKind::cx_survey).script_for(2).front().bytes,
+              (sim::Bytes{0x41, 0x00}));
+    EXPECT_EQ(scenario.scripts(sim::ScriptKind::cx_survey).script_for(9).front().kind,
+              Step::Kind::timeout);
 }
 
 TEST(Scenario, RulesNameExtensionCommandsToo) {
