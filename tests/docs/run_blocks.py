@@ -1,12 +1,16 @@
 #!/usr/bin/env python3
-"""Runs or compiles every fenced block of the documents, so that none of them can be wrong.
+"""Runs or compiles every block of the documents, so that none of them can be wrong. Blocks are
+fenced; an indented one is an error. Of a manual page they are what stands between .nf and .fi, of a
+scenario file it is the whole file.
 
 usage: run_blocks.py --root DIR --bin DIR --library FILE [--transcripts-elsewhere FILE] DOCUMENT...
 
     console     each "$ COMMAND" is run in a folder of its own and must print what follows it; one
                 with nothing after it must only succeed; "$ cat FILE" makes the file
     sh          each line must be one of the commands known here
-    c, cpp      compiled against the header with warnings as errors
+    scenario    the virtual PIN pad must start with it
+    manual      each line runs pinpad-sim, until the block ends, or pinpad, which must succeed
+    c, cpp      compiled against the header, or those of sim/, with warnings as errors
     python      byte-compiled
     csharp      compiled where mcs is installed
     pascal      compiled where fpc is installed
@@ -19,9 +23,11 @@ usage: run_blocks.py --root DIR --bin DIR --library FILE [--transcripts-elsewher
 """
 
 import argparse
+import contextlib
 import json
 import os
 import re
+import shlex
 import shutil
 import signal
 import subprocess
@@ -44,12 +50,26 @@ class Problem(Exception):
 
 
 def blocks_of(document):
-    """Gives (line number, language, text) of each fenced block."""
+    """Gives (line number, language, text) of each block."""
+    if document.suffix == ".scn":
+        return [(1, "scenario", document.read_text())]
+    return manual_blocks(document) if document.suffix == ".1" else fenced_blocks(document)
+
+
+def manual_blocks(document):
+    page = document.read_text()
+    for block in re.finditer(r"^\.nf\n(.*?)^\.fi$", page, re.M | re.S):
+        yield page[:block.start(1)].count("\n"), "manual", block[1].replace("\\-", "-")
+
+
+def fenced_blocks(document):
     language = None
     for number, line in enumerate(document.read_text().splitlines(), 1):
         if not line.startswith("```"):
             if language is not None:
                 text.append(line)
+            elif line.startswith("    "):
+                yield number, "indented", line
         elif language is None:
             language, text, begin = line[3:].strip(), [], number
         else:
@@ -81,11 +101,13 @@ class Runner:
             return self.transcripts_elsewhere or self.transcript(text)
         checks = {"sh": self.shell, "c": self.c, "cpp": self.cpp, "python": self.python,
                   "csharp": self.csharp, "pascal": self.pascal, "win32": self.win32,
-                  "cmake": self.cmake}
+                  "cmake": self.cmake, "scenario": self.scenario, "manual": self.manual}
         if language in checks:
             return checks[language](text)
         if language in ("frame", "text"):
             return False
+        if language == "indented":
+            raise Problem("an indented block is not checked: put it into fences")
         if not language and self.document.name in WITHOUT_LANGUAGE:
             return False
         raise Problem(f"unknown language '{language}'")
@@ -134,18 +156,38 @@ class Runner:
         elif same_terminal(printed.strip("\n")) != same_terminal(expected):
             raise Problem(f"{command}\n--- documented\n{expected}\n--- printed\n{printed}")
 
+    # scenario
+
+    def scenario(self, text):
+        (self.folder / "block.scn").write_text(text)
+        with self.running_device(["--scenario", "block.scn"]):
+            return True
+
+    # manual
+
+    def manual(self, text):
+        with contextlib.ExitStack() as devices:
+            for line in text.splitlines():
+                words = shlex.split(line)
+                if words[0] == "pinpad-sim":
+                    devices.enter_context(self.running_device(words[1:]))
+                else:
+                    self.step(line.replace("/tmp/", f"{self.folder}/"), "")
+        return True
+
     # sh
 
     def shell(self, text):
         for line in text.splitlines():
-            if line.strip():
-                self.shell_line(line.strip())
+            line = re.sub(r"\s+#.*", "", line).strip()
+            if line:
+                self.shell_line(line)
         return True
 
     def shell_line(self, line):
         words = line.split()
         if words[0] in ("./run-demo.sh", "./run-tests.sh", "scripts/fuzz.sh",
-                        "scripts/fuzz-coverage.sh", "scripts/build-packages.sh",
+                        "scripts/fuzz-coverage.sh", "scripts/soak.sh", "scripts/build-packages.sh",
                         "scripts/build-windows-dependencies.sh"):
             self.script(words)
         elif words[0] == "scripts/install-dependencies.sh":
@@ -171,8 +213,12 @@ class Runner:
             self.build_with_pkg_config(line)
         elif words == ["cc", "till.c", "-lpinpad"]:
             self.build_till()
-        elif words[0] == BUILT + "pinpad-sim":
-            self.device(words)
+        elif words[0] in ("pinpad-sim", BUILT + "pinpad-sim"):
+            with self.running_device(words[1:]):
+                pass
+        elif words[0] == BUILT + "pinpad-soak":
+            short = re.sub(r"--exchanges \d+", "--exchanges 4 --seed 1", line.replace(BUILT, ""))
+            self.must_run(short)
         else:
             raise Problem(f"not allowed: {line}")
 
@@ -232,19 +278,26 @@ class Runner:
         (self.folder / "till.c").write_text(self.last_c)
         self.must_run(["cc", "till.c", f"-I{self.root}/api/include", str(self.library)])
 
-    def device(self, words):
-        """The device opens its port, and ends cleanly when told to."""
-        arguments = [str(self.folder / Path(word).name) if word.startswith("/tmp/") else word
-                     for word in words[1:]]
-        device = subprocess.Popen([str(self.bin / "pinpad-sim"), *arguments], text=True,
-                                  stdin=subprocess.PIPE, stdout=subprocess.PIPE)
+    @contextlib.contextmanager
+    def running_device(self, arguments):
+        """A device that opens its port, and ends cleanly when told to."""
+        line = shlex.join(["pinpad-sim", *arguments])
+        here = re.sub(r"--web \d+", "--web 0", line.replace("/tmp/", f"{self.folder}/"))
+        command = [str(self.root / word) if (self.root / word).is_file() else word
+                   for word in shlex.split(here)]
+        device = subprocess.Popen([str(self.bin / command[0]), *command[1:]], cwd=self.folder,
+                                  text=True, stdin=subprocess.PIPE, stdout=subprocess.PIPE,
+                                  stderr=subprocess.PIPE)
         try:
             port = device.stdout.readline().strip()
-            if not port or not Path(port).exists():
-                raise Problem(f"{' '.join(words)}: no port, but '{port}'")
+            if not port:
+                raise Problem(f"{line}: no port, but: {device.stderr.read().strip()}")
+            if not Path(port).exists():
+                raise Problem(f"{line}: no port, but '{port}'")
+            yield
             device.send_signal(signal.SIGTERM)
             if device.wait(timeout=20) != 0:
-                raise Problem(f"{' '.join(words)}: exit status {device.returncode}")
+                raise Problem(f"{line}: exit status {device.returncode}")
         finally:
             device.kill()
             device.communicate()
@@ -254,7 +307,7 @@ class Runner:
     def compile(self, compiler, name, text):
         (self.folder / name).write_text(text)
         self.must_run([*compiler, "-Wall", "-Wextra", "-Werror", "-fsyntax-only",
-                       f"-I{self.root}/api/include", name])
+                       f"-I{self.root}/api/include", f"-I{self.root}", name])
         return True
 
     def c(self, text):
@@ -262,7 +315,8 @@ class Runner:
         return self.compile(["cc", "-std=c11"], "block.c", text)
 
     def cpp(self, text):
-        return self.compile(["c++", "-std=c++17"], "block.cpp", text)
+        standard = "c++20" if '#include "sim/' in text else "c++17"
+        return self.compile(["c++", f"-std={standard}"], "block.cpp", text)
 
     def python(self, text):
         try:
