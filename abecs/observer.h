@@ -33,8 +33,8 @@ struct AbecsLinkEvent {
     std::size_t bodyLength;
 };
 
-/// Called on the thread that uses the line, right after the event. Must not raise and must not call
-/// the library.
+/// Called on the thread that uses the line, right after the event. Must not raise, nor call what of
+/// the library may raise or use the line.
 using AbecsLinkObserver = void (*)(void *context, const AbecsLinkEvent *event);
 
 /// Sets the observer of the process; null switches it off. Not while a command is running.

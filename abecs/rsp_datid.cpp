@@ -78,7 +78,7 @@ char familyText[128];
 
 } // namespace
 
-const char *abecsRspDatIdName(std::uint16_t id) {
+const char *abecsRspDatIdFindName(std::uint16_t id) {
     for (const PlainName &entry : PLAIN_NAMES) {
         if (entry.id == id) {
             return entry.name;
@@ -90,6 +90,14 @@ const char *abecsRspDatIdName(std::uint16_t id) {
             return pcl_snprintf(familyText, sizeof familyText, "%s[%d]", family.name, index);
         }
     }
-    pcl_raise(PCL_RESULT_RUNTIME_ERROR, "Unhandled id: %d\n", id);
-    return "";
+    return nullptr;
+}
+
+const char *abecsRspDatIdName(std::uint16_t id) {
+    const char *name = abecsRspDatIdFindName(id);
+    if (name == nullptr) {
+        pcl_raise(PCL_RESULT_RUNTIME_ERROR, "Unhandled id: %d\n", id);
+        return "";
+    }
+    return name;
 }

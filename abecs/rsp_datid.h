@@ -73,8 +73,11 @@ enum AbecsRspDatId_e : std::uint16_t {
     ABECS_RSP_DATID_PP_TABVERnn = 0x9300
 };
 
-/// The identifier's name. A member of an indexed family is formatted into one text area that the
-/// library owns: use it before the next call, from one thread at a time. Any other identifier
-/// raises PCL_RESULT_RUNTIME_ERROR "Unhandled id: %d\n" and gives the empty text when the handler
-/// returns.
+/// The identifier's name; null when it has none. That of a member of an indexed family is formatted
+/// into one text area that the library owns: use it before the next call of either function, from
+/// one thread at a time.
+const char *abecsRspDatIdFindName(std::uint16_t id);
+
+/// The same for an identifier that must have one. Another raises PCL_RESULT_RUNTIME_ERROR
+/// "Unhandled id: %d\n" and gives the empty text when the handler returns.
 const char *abecsRspDatIdName(std::uint16_t id);

@@ -78,13 +78,18 @@ const StatusName *findStatus(std::int64_t value) {
 
 } // namespace
 
+const char *abecsRspStatFindName(std::int32_t value) {
+    const StatusName *entry = findStatus(value);
+    return entry == nullptr ? nullptr : entry->name;
+}
+
 const char *abecsRspStatName(AbecsRspStat_e status) {
-    const StatusName *entry = findStatus(status);
-    if (entry == nullptr) {
+    const char *name = abecsRspStatFindName(status);
+    if (name == nullptr) {
         pcl_raise(PCL_RESULT_RUNTIME_ERROR, "Unhandled AbecsRspStat_e: %d\n", status);
         return "";
     }
-    return entry->name;
+    return name;
 }
 
 AbecsRspStat_e abecsReadRspStat(AbecsField from) {

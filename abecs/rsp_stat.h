@@ -56,7 +56,10 @@ enum AbecsRspStat_e : std::int32_t {
     ABECS_RSP_STAT_ST_MFERR = 102
 };
 
-/// The enumerator's name. Another value raises PCL_RESULT_RUNTIME_ERROR
+/// The name of the enumerator of this value; null when there is none.
+const char *abecsRspStatFindName(std::int32_t value);
+
+/// The same for a value that must be one. Another raises PCL_RESULT_RUNTIME_ERROR
 /// "Unhandled AbecsRspStat_e: %d\n" and gives the empty text when the handler returns.
 const char *abecsRspStatName(AbecsRspStat_e status);
 

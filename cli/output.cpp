@@ -11,12 +11,6 @@ namespace cli {
 
 namespace {
 
-const char *codeName(PclResult_e code) {
-    const char *name = "";
-    static_cast<void>(pcl_attempt([&] { name = pcl_result_to_string(code); }));
-    return name;
-}
-
 ExitStatus exitFor(std::int32_t status) {
     return status == ABECS_RSP_STAT_ST_TIMEOUT ? ExitStatus::TimedOut : ExitStatus::Refused;
 }
@@ -100,8 +94,9 @@ ExitStatus Output::problem(const std::exception_ptr &problem) {
                 std::make_exception_ptr(Refused{static_cast<AbecsRspStat_e>(*status)}));
         }
         const FailureText told = explainFailure(failure, m_settings.port);
-        return tell(told.exit, told.exit == ExitStatus::Port ? "port" : "failure", told.text,
-                    Json{{"code", codeName(failure.code)}, {"detail", failureDetail(failure)}});
+        return tell(
+            told.exit, told.exit == ExitStatus::Port ? "port" : "failure", told.text,
+            Json{{"code", pcl_result_to_string(failure.code)}, {"detail", failureDetail(failure)}});
     } catch (const CustomerTimeout &) {
         return tell(ExitStatus::TimedOut, "timeout",
                     "The customer did nothing within the time of --timeout. Run it again, or give "

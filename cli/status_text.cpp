@@ -1,7 +1,7 @@
 #include "cli/status_text.h"
 
+#include "abecs/rsp_datid.h"
 #include "abecs/rsp_stat.h"
-#include "core/guard.h"
 
 #include <algorithm>
 #include <array>
@@ -9,6 +9,8 @@
 namespace cli {
 
 namespace {
+
+constexpr std::string_view DATA_PREFIX = "ABECS_RSP_DATID_";
 
 struct Explanation {
     AbecsRspStat_e status;
@@ -109,10 +111,13 @@ constexpr std::array EVENTS = {
 } // namespace
 
 std::string statusName(std::int32_t status) {
-    std::string name;
-    const PclFailure unknown =
-        pcl_attempt([&] { name = abecsRspStatName(static_cast<AbecsRspStat_e>(status)); });
-    return unknown ? std::to_string(status) : name;
+    const char *name = abecsRspStatFindName(status);
+    return name == nullptr ? std::to_string(status) : name;
+}
+
+std::string dataName(std::uint16_t id) {
+    const char *name = abecsRspDatIdFindName(id);
+    return name == nullptr ? "unknown" : name + DATA_PREFIX.size();
 }
 
 std::string statusExplanation(std::int32_t status) {

@@ -10,6 +10,9 @@ namespace cli {
 /// The name of a status, the number where it has none.
 std::string statusName(std::int32_t status);
 
+/// The data name of an identifier in a response, such as PP_VALUE; "unknown" when it has none.
+std::string dataName(std::uint16_t id);
+
 /// What a status means in plain words and what to do next.
 std::string statusExplanation(std::int32_t status);
 

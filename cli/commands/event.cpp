@@ -5,7 +5,6 @@
 #include "cli/secret_ids.h"
 #include "cli/status_text.h"
 #include "cli/text.h"
-#include "cli/trace/names.h"
 
 #include <algorithm>
 
@@ -110,13 +109,12 @@ void EventCommand::run(Context &context) {
         values = valuesOf(map.get());
     });
 
-    const Names names;
     Json fields{{"event", code}, {"name", eventName(code)}};
     std::vector<std::string> lines = {"Event " + std::to_string(code) + ": " + eventName(code) +
                                       "."};
     for (const Value &value : values) {
         const bool hidden = isSecretId(value.id) && !context.settings.traceSecrets;
-        const std::string name = names.identifier(value.id);
+        const std::string name = dataName(value.id);
         const std::string size = std::to_string(value.bytes.size());
         lines.push_back(
             name + ": " +

@@ -97,14 +97,14 @@ Told tellEncrypted(const FrameParts &parts, const DecodedBody &decoded, std::str
 
 } // namespace
 
-Told tellAbecsFrame(const AbecsLinkEvent &event, const Names &names, bool reveal) {
+Told tellAbecsFrame(const AbecsLinkEvent &event, bool reveal) {
     const std::optional<FrameParts> parts = split(event);
     if (!parts || event.body == nullptr) {
         return tellOpaque("frame that could not be decrypted", event, reveal);
     }
     const std::string_view body(reinterpret_cast<const char *>(event.body), event.bodyLength);
     const DecodedBody decoded =
-        event.direction == ABECS_LINK_TO_DEVICE ? decodeCommand(body) : decodeResponse(body, names);
+        event.direction == ABECS_LINK_TO_DEVICE ? decodeCommand(body) : decodeResponse(body);
     if (event.encrypted) {
         return tellEncrypted(*parts, decoded, body, reveal);
     }

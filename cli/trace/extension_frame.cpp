@@ -35,7 +35,7 @@ std::string lengthInWords(const AbecsLinkEvent &event) {
 
 } // namespace
 
-Told tellExtensionFrame(const AbecsLinkEvent &event, const Names &, bool reveal) {
+Told tellExtensionFrame(const AbecsLinkEvent &event, bool reveal) {
     if (!carriesItsBody(event)) {
         return tellOpaque("frame that does not carry its body", event, reveal);
     }

@@ -1,6 +1,8 @@
 #include "cli/trace/response_decoder.h"
 
+#include "abecs/rsp_stat.h"
 #include "cli/secret_ids.h"
+#include "cli/status_text.h"
 #include "cli/text.h"
 #include "cli/trace/body_reader.h"
 #include "cli/trace/command_table.h"
@@ -41,16 +43,16 @@ void takeKeyExchange(BodyReader &reader) {
     reader.addRow("encrypted session key", byteCount(size), true, size);
 }
 
-void takeParams(BodyReader &reader, const Names &names) {
+void takeParams(BodyReader &reader) {
     reader.takeBlocks("RSP_LEN", [&](std::uint16_t id, std::string_view value) {
-        reader.addRow(idText(id) + " " + names.identifier(id), inWords(value), isSecretId(id),
+        reader.addRow(idText(id) + " " + dataName(id), inWords(value), isSecretId(id),
                       value.size());
     });
 }
 
 } // namespace
 
-DecodedBody decodeResponse(std::string_view body, const Names &names) {
+DecodedBody decodeResponse(std::string_view body) {
     BodyReader reader(body);
     const auto id = reader.take(FIELD_SIZE);
     if (!id) {
@@ -65,9 +67,9 @@ DecodedBody decodeResponse(std::string_view body, const Names &names) {
     reader.addRow("RSP_ID", shownId);
     reader.trustRows();
     const auto status = reader.takeDecimal("RSP_STAT", FIELD_SIZE);
-    const std::string statusName =
-        status ? names.status(static_cast<std::int32_t>(*status)) : std::string();
-    if (statusName.empty()) {
+    const char *statusName =
+        status ? abecsRspStatFindName(static_cast<std::int32_t>(*status)) : nullptr;
+    if (statusName == nullptr) {
         return reader.finish(shownId + " answer without a known status");
     }
     reader.trustRows();
@@ -76,7 +78,7 @@ DecodedBody decodeResponse(std::string_view body, const Names &names) {
     } else if (*status == 0 && *id == "OPN" && reader.left() > 0) {
         takeKeyExchange(reader);
     } else if (*status == 0) {
-        takeParams(reader, names);
+        takeParams(reader);
     }
     return reader.finish(shownId + (isNotification ? " notification, " : " answer, ") + statusName);
 }

@@ -1,6 +1,5 @@
 #pragma once
 
-#include "cli/trace/names.h"
 #include "cli/trace/row.h"
 
 #include <string_view>
@@ -8,6 +7,6 @@
 namespace cli {
 
 /// Decodes the body of a response or notification.
-DecodedBody decodeResponse(std::string_view body, const Names &names);
+DecodedBody decodeResponse(std::string_view body);
 
 } // namespace cli

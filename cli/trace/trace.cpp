@@ -19,7 +19,7 @@ using std::chrono::duration_cast;
 using std::chrono::milliseconds;
 using std::chrono::system_clock;
 
-using TellFrame = Told (*)(const AbecsLinkEvent &, const Names &, bool reveal);
+using TellFrame = Told (*)(const AbecsLinkEvent &, bool reveal);
 
 // How frames of each framing are told; a framing that is not here is not taken apart.
 constexpr struct {
@@ -98,7 +98,7 @@ Told Trace::tell(const AbecsLinkEvent &event) const {
 Told Trace::tellFrame(const AbecsLinkEvent &event) const {
     for (const auto &known : FRAMINGS) {
         if (known.framing == event.framing) {
-            return known.tell(event, m_names, m_style.secrets);
+            return known.tell(event, m_style.secrets);
         }
     }
     return tellOpaque("frame of another framing", event, m_style.secrets);

@@ -2,7 +2,6 @@
 
 #include "abecs/observer.h"
 #include "cli/settings.h"
-#include "cli/trace/names.h"
 #include "cli/trace/told.h"
 
 #include <cstdio>
@@ -33,7 +32,6 @@ private:
 
     std::FILE *m_out;
     Style m_style;
-    Names m_names;
 };
 
 /// The trace that the settings ask for; null when they ask for none. Throws UsageError when its

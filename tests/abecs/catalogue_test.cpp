@@ -86,6 +86,25 @@ TEST_F(Catalogue, NamesEveryStatusAndNoOther) {
     }
 }
 
+TEST_F(Catalogue, FindsNamesWithoutRaising) {
+    const ScopedHandler handler;
+    for (int value = -5; value < 1100; ++value) {
+        const char *name = abecsRspStatFindName(value);
+        const auto known = STATUSES.find(value);
+        if (known != STATUSES.end()) {
+            EXPECT_EQ("ABECS_RSP_STAT_ST_" + known->second, name);
+        } else {
+            EXPECT_EQ(nullptr, name) << value;
+        }
+    }
+    EXPECT_STREQ("ABECS_RSP_DATID_PP_VALUE", abecsRspDatIdFindName(0x804D));
+    EXPECT_STREQ("ABECS_RSP_DATID_PP_TABVERnn[99]", abecsRspDatIdFindName(0x9363));
+    for (const int id : {0, 0x800B, 0x8FFF, 0x9064, 0x9364, 0xFFFF}) {
+        EXPECT_EQ(nullptr, abecsRspDatIdFindName(static_cast<std::uint16_t>(id))) << id;
+    }
+    EXPECT_EQ(0U, handler.count());
+}
+
 TEST_F(Catalogue, ReadsEveryStatusAndNoOther) {
     for (int value = 0; value < 1000; ++value) {
         char field[8];

@@ -11,7 +11,6 @@
 
 namespace {
 
-using cli::Names;
 using testing::AllOf;
 using testing::HasSubstr;
 using testing::Not;
@@ -34,7 +33,6 @@ std::string frameOf(const std::string &body) {
 
 std::string tellFrame(AbecsLinkDirection_e direction, const std::string &wire,
                       const std::string &body, bool reveal) {
-    static const Names names;
     const AbecsLinkEvent event = {ABECS_LINK_FRAME,
                                   direction,
                                   ABECS_LINK_EXTENSION,
@@ -43,7 +41,7 @@ std::string tellFrame(AbecsLinkDirection_e direction, const std::string &wire,
                                   wire.size(),
                                   reinterpret_cast<const std::uint8_t *>(body.data()),
                                   body.size()};
-    return cli::layOut("", cli::tellExtensionFrame(event, names, reveal));
+    return cli::layOut("", cli::tellExtensionFrame(event, reveal));
 }
 
 std::string tellRequest(const std::string &body, bool reveal = MASKED) {

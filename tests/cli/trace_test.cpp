@@ -13,8 +13,8 @@
 
 namespace {
 
-using cli::Names;
-using cli::Told;
+using cli::layOut;
+using cli::tellAbecsFrame;
 using testing::HasSubstr;
 using testing::Not;
 
@@ -48,17 +48,15 @@ AbecsLinkEvent eventOf(AbecsLinkEvent_e kind, AbecsLinkDirection_e direction,
 }
 
 std::string tellResponse(const std::string &body, bool reveal) {
-    static const Names names;
     const std::string wire = frameOf(body);
-    return layOut("", tellAbecsFrame(eventOf(ABECS_LINK_FRAME, ABECS_LINK_FROM_DEVICE, wire, body),
-                                     names, reveal));
+    return layOut(
+        "", tellAbecsFrame(eventOf(ABECS_LINK_FRAME, ABECS_LINK_FROM_DEVICE, wire, body), reveal));
 }
 
 std::string tellCommand(const std::string &body) {
-    static const Names names;
     const std::string wire = frameOf(body);
-    return layOut("", tellAbecsFrame(eventOf(ABECS_LINK_FRAME, ABECS_LINK_TO_DEVICE, wire, body),
-                                     names, MASKED));
+    return layOut(
+        "", tellAbecsFrame(eventOf(ABECS_LINK_FRAME, ABECS_LINK_TO_DEVICE, wire, body), MASKED));
 }
 
 std::string param(unsigned id, const std::string &value) {
@@ -160,12 +158,11 @@ TEST(Trace, TellsOfSecondBlocks) {
 }
 
 TEST(Trace, ShowsThePayloadOfAnEncryptedFrameAndMasksWhatIsInIt) {
-    static const Names names;
     const std::string body = "GCD000" + block(param(0x804D, "4711"));
     const std::string wire = frameOf("0123456789abcde\x13", true);
     AbecsLinkEvent event = eventOf(ABECS_LINK_FRAME, ABECS_LINK_FROM_DEVICE, wire, body);
     event.encrypted = true;
-    const std::string masked = layOut("", tellAbecsFrame(event, names, MASKED));
+    const std::string masked = layOut("", tellAbecsFrame(event, MASKED));
     EXPECT_THAT(masked, HasSubstr("GCD answer, ABECS_RSP_STAT_ST_OK, encrypted"));
     EXPECT_THAT(masked, HasSubstr("payload 17 bytes"));
     EXPECT_THAT(masked, HasSubstr("30 31 32 33 34 35 36 37 38 39 61 62 63 64 65 13"));
@@ -174,30 +171,28 @@ TEST(Trace, ShowsThePayloadOfAnEncryptedFrameAndMasksWhatIsInIt) {
 }
 
 TEST(Trace, MasksAFrameThatCouldNotBeDecrypted) {
-    static const Names names;
     const std::string wire = frameOf("4711", true);
     AbecsLinkEvent event = eventOf(ABECS_LINK_FRAME, ABECS_LINK_FROM_DEVICE, wire, wire);
     event.encrypted = true;
     event.body = nullptr;
-    const std::string masked = layOut("", tellAbecsFrame(event, names, MASKED));
+    const std::string masked = layOut("", tellAbecsFrame(event, MASKED));
     EXPECT_THAT(masked, HasSubstr("frame that could not be decrypted"));
     EXPECT_THAT(masked, HasSubstr("** (9 bytes)"));
-    EXPECT_THAT(layOut("", tellAbecsFrame(event, names, REVEALED)), HasSubstr("34 37 31 31"));
+    EXPECT_THAT(layOut("", tellAbecsFrame(event, REVEALED)), HasSubstr("34 37 31 31"));
 }
 
 TEST(Trace, MasksAFrameThatDoesNotCarryItsBody) {
-    static const Names names;
     const std::string wire = frameOf("GCD0004711");
     const std::string body = "GCD000";
     const AbecsLinkEvent event = eventOf(ABECS_LINK_FRAME, ABECS_LINK_FROM_DEVICE, wire, body);
-    const std::string masked = layOut("", tellAbecsFrame(event, names, MASKED));
+    const std::string masked = layOut("", tellAbecsFrame(event, MASKED));
     EXPECT_THAT(masked, HasSubstr("frame that does not carry its body"));
     EXPECT_THAT(masked, Not(HasSubstr("34 37 31 31")));
 }
 
 TEST(Trace, NamesControlBytesAndMasksStrayCharacters) {
     const auto tell = [](const std::string &byte, bool reveal) {
-        return cli::layOut(
+        return layOut(
             "", cli::tellByte(eventOf(ABECS_LINK_BYTE, ABECS_LINK_FROM_DEVICE, byte, ""), reveal));
     };
     EXPECT_THAT(tell("\x15", MASKED), testing::MatchesRegex("NAK +15\n"));
@@ -241,6 +236,24 @@ TEST_F(TraceFile, KnowsEveryKindOfEvent) {
                          "   8 bytes                                  ** (8 bytes)\n"
                          "-> frame that does not carry its body\n"
                          "   8 bytes                                  ** (8 bytes)\n");
+}
+
+TEST_F(TraceFile, RaisesNothingOverWhatHasNoName) {
+    static_cast<void>(pcl_attempt([] {})); // clears the record
+    const cli::Trace trace(m_out, {false, false});
+    for (const std::string &body : {std::string("GCD001"), "GCD000" + block(param(0x9364, "7"))}) {
+        const AbecsPacketPtr packet(abecsPacketCreate());
+        abecsFieldPutBytes(packet.get(), body.data(), body.size());
+        AbecsWireRecord record;
+        for (const char byte : frameOf(body)) {
+            record.add(static_cast<std::uint8_t>(byte));
+        }
+        abecs_observe_frame(ABECS_LINK_FRAME, ABECS_LINK_FROM_DEVICE, ABECS_LINK_STANDARD, false,
+                            record, packet.get());
+    }
+    EXPECT_THAT(written(), HasSubstr("GCD answer without a known status"));
+    EXPECT_THAT(written(), HasSubstr("9364 unknown masked"));
+    EXPECT_EQ(pcl_exception_code(), PCL_RESULT_OK);
 }
 
 TEST_F(TraceFile, StampsTheTime) {
