@@ -123,6 +123,14 @@ void abecs_link_send_command(AbecsPinpad *pinpad, AbecsPacket *packet) {
     });
 }
 
+void abecs_secure_send(AbecsPinpad *pinpad, AbecsPacket *packet) {
+    pcl_guarded([&] {
+        const AbecsPacketPtr encrypted(abecsPacketCreate());
+        abecs_secure_wrap(pinpad, packet, encrypted.get());
+        abecs_link_send_frame(pinpad, packet, encrypted.get());
+    });
+}
+
 void abecs_link_send_frame(AbecsPinpad *pinpad, AbecsPacket *packet, AbecsPacket *encrypted) {
     pcl_guarded([&] {
         abecs_pinpad_pace(pinpad);

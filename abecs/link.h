@@ -19,6 +19,9 @@
 /// "Protocol error (unknown packet response: 0x%x)" and "Packet was rejected".
 void abecs_link_send_command(AbecsPinpad *pinpad, AbecsPacket *packet);
 
+/// Sends the packet in the form of the secure channel. Raises "'pinpad' is NULL", too.
+void abecs_secure_send(AbecsPinpad *pinpad, AbecsPacket *packet);
+
 /// Sends one frame. `encrypted` is what goes on the wire in place of `packet`, or null. After the
 /// acknowledgement of CLO or CLX the secure channel is off.
 void abecs_link_send_frame(AbecsPinpad *pinpad, AbecsPacket *packet, AbecsPacket *encrypted);

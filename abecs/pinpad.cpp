@@ -1,6 +1,5 @@
 #include "abecs/pinpad.h"
 
-#include "abecs/link.h"
 #include "core/exception.h"
 #include "core/guard.h"
 #include "core/memory.h"
@@ -10,8 +9,6 @@
 #include <new>
 
 namespace {
-
-constexpr PclSerialSettings LINE_SETTINGS{20, 19200, 8, 1, 0, 0};
 
 bool isGiven(const AbecsPinpad *pinpad) {
     if (pinpad == nullptr) {
@@ -38,19 +35,6 @@ AbecsPendingId unpackPendingId(std::uint32_t packed) {
 }
 
 } // namespace
-
-AbecsPinpad *abecs_pinpad_create(const char *portName, const PclInterrupt *interrupt) {
-    return pcl_guarded<AbecsPinpad *>(nullptr, [&] {
-        AbecsPinpadPtr pinpad(new (pcl_malloc(sizeof(AbecsPinpad), 0)) AbecsPinpad);
-        pinpad->port = pcl_serial_open(portName);
-        pcl_serial_configure(pinpad->port, &LINE_SETTINGS);
-        pcl_serial_set_interrupt(pinpad->port, interrupt);
-        abecs_link_drain_input(pinpad->port);
-        abecs_link_abort(pinpad.get());
-        abecs_pinpad_mark_command_time(pinpad.get());
-        return pinpad.release();
-    });
-}
 
 void abecs_pinpad_destroy(AbecsPinpad **pinpad) {
     if (pinpad == nullptr || *pinpad == nullptr) {

@@ -35,12 +35,6 @@ struct AbecsPinpad {
     std::uint64_t lastCommandTime = 0;
 };
 
-/// Opens the port at 19200 baud 8N1 without flow control and resets the PIN pad with CAN/EOT. The
-/// caller owns the session. On a failure (those of the port, "Timeout waiting for data",
-/// "Protocol error (expected EOT, read 0x%x)") the port is closed again. An interrupt, which has to
-/// outlive the session unless the port is told of another one, ends it with a failure of the port.
-AbecsPinpad *abecs_pinpad_create(const char *portName, const PclInterrupt *interrupt = nullptr);
-
 /// Purges and closes the port, wipes the key, frees the session and clears the caller's variable. A
 /// failure of the port is raised when all that is done. Null is ignored.
 void abecs_pinpad_destroy(AbecsPinpad **pinpad);

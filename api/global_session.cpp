@@ -1,7 +1,7 @@
 #include "api/global_session.h"
 
 #include "abecs/link.h"
-#include "abecs/secure_channel.h"
+#include "abecs/open.h"
 #include "core/exception.h"
 #include "core/guard.h"
 #include "serial/interrupt.h"

@@ -1,3 +1,4 @@
+#include "abecs/open.h"
 #include "bench/device.h"
 #include "bench/exchanges.h"
 #include "bench/stats.h"

@@ -7,7 +7,7 @@
 
 #include "abecs/crypto/rsa.h"
 #include "abecs/pinpad.h"
-#include "abecs/secure_channel.h"
+#include "abecs/open.h"
 #include "core/guard.h"
 #include "core/owned.h"
 #include "sim/simulator.h"

@@ -4,7 +4,7 @@
 #include "abecs/commands/polling.h"
 #include "abecs/link.h"
 #include "abecs/response_parser.h"
-#include "abecs/secure_channel.h"
+#include "abecs/open.h"
 #include "cli/interrupt.h"
 
 #include <chrono>

@@ -102,6 +102,15 @@ void pcl_exception_rethrow(PclResult_e code, const char *message) {
     raiseFailure(code, message);
 }
 
+const char *pcl_result_to_string(PclResult_e code) {
+    const char *name = pcl_result_find_name(code);
+    if (name == nullptr) {
+        pcl_raise(PCL_RESULT_RUNTIME_ERROR, "Unhandled PclResult_e: %d\n", code);
+        return "";
+    }
+    return name;
+}
+
 void pcl_raise(PclResult_e code, const char *format, ...) {
     if (code == PCL_RESULT_OK) {
         return;

@@ -38,6 +38,10 @@ void pcl_exception_throw(PclResult_e code, const char *format, ...) PCL_PRINTF(2
 /// Raises (code, message) with the text as it is. A null message leaves an empty one.
 void pcl_exception_rethrow(PclResult_e code, const char *message);
 
+/// The enumerator's name. Any other value raises PCL_RESULT_RUNTIME_ERROR
+/// "Unhandled PclResult_e: %d\n" and gives the empty text when the handler returns.
+const char *pcl_result_to_string(PclResult_e code);
+
 /// Formats the detail and raises "[NAME OF CODE] detail": how every failure site raises.
 void pcl_raise(PclResult_e code, const char *format, ...) PCL_PRINTF(2, 3);
 

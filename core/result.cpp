@@ -1,8 +1,6 @@
 #include "core/result.h"
 
-#include "core/exception.h"
-
-const char *pcl_result_to_string(PclResult_e code) {
+const char *pcl_result_find_name(PclResult_e code) {
     switch (code) {
     case PCL_RESULT_OK:
         return "PCL_RESULT_OK";
@@ -33,6 +31,5 @@ const char *pcl_result_to_string(PclResult_e code) {
     case PCL_RESULT_CRYPT_ERROR:
         return "PCL_RESULT_CRYPT_ERROR";
     }
-    pcl_raise(PCL_RESULT_RUNTIME_ERROR, "Unhandled PclResult_e: %d\n", code);
-    return "";
+    return nullptr;
 }

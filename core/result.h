@@ -20,6 +20,5 @@ enum PclResult_e : std::int16_t {
     PCL_RESULT_CRYPT_ERROR = 13
 };
 
-/// The enumerator's name. Any other value raises PCL_RESULT_RUNTIME_ERROR
-/// "Unhandled PclResult_e: %d\n" and gives the empty text when the handler returns.
-const char *pcl_result_to_string(PclResult_e code);
+/// The enumerator's name; null for any other value.
+const char *pcl_result_find_name(PclResult_e code);

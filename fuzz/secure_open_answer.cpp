@@ -3,7 +3,7 @@
 // let a fuzzer reach neither.
 
 #include "abecs/crypto/rsa.h"
-#include "abecs/secure_channel.h"
+#include "abecs/open.h"
 #include "fuzz/memory_port.h"
 #include "fuzz/session.h"
 #include "sim/abecs_frame.h"

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "abecs/open.h"
 #include "abecs/packet.h"
 #include "abecs/pinpad.h"
 #include "fuzz/check.h"

@@ -3,7 +3,7 @@
 #include "abecs/cmd_builder.h"
 #include "abecs/commands/command_params.h"
 #include "abecs/commands/media_name.h"
-#include "abecs/commands/response.h"
+#include "abecs/response_header.h"
 #include "abecs/link.h"
 #include "abecs/response_parser.h"
 #include "core/exception.h"
@@ -38,7 +38,7 @@ AbecsRspStat_e abecs_clo(AbecsPinpad *pinpad, const char *msg) {
         abecsFieldPutNumber(packet.get(), CLO_MESSAGE_SIZE, 3);
         abecsFieldPutAlphaExt(packet.get(), text, CLO_MESSAGE_SIZE, 0);
         abecs_link_exchange(pinpad, packet.get());
-        return abecs_read_response_status(packet.get(), "CLO");
+        return abecs_read_response_header(packet.get(), "CLO");
     });
 }
 

@@ -2,7 +2,7 @@
 
 #include "abecs/commands/command_params.h"
 #include "abecs/commands/media_name.h"
-#include "abecs/commands/response.h"
+#include "abecs/response_header.h"
 #include "abecs/link.h"
 #include "abecs/response_parser.h"
 #include "abecs/rsp_datid.h"
@@ -76,7 +76,7 @@ AbecsRspStat_e abecs_dex(AbecsPinpad *pinpad, const char *msg) {
         abecsFieldPutNumber(packet.get(), length, LENGTH_DIGITS);
         abecsFieldPutAlphaExt(packet.get(), msg, length, 1);
         abecs_link_exchange(pinpad, packet.get());
-        return abecs_read_response_status(packet.get(), "DEX");
+        return abecs_read_response_header(packet.get(), "DEX");
     });
 }
 
@@ -92,7 +92,7 @@ AbecsRspStat_e abecs_dsi(AbecsPinpad *pinpad, const char *filename) {
         const AbecsPacketPtr packet(abecsPacketCreate());
         abecs_cmd_builder_build(builder.get(), packet.get());
         abecs_link_exchange(pinpad, packet.get());
-        return abecs_read_response_status(packet.get(), "DSI");
+        return abecs_read_response_header(packet.get(), "DSI");
     });
 }
 

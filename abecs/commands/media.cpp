@@ -3,7 +3,7 @@
 #include "abecs/commands/command_params.h"
 #include "abecs/commands/media_file.h"
 #include "abecs/commands/media_name.h"
-#include "abecs/commands/response.h"
+#include "abecs/response_header.h"
 #include "abecs/link.h"
 #include "core/exception.h"
 #include "core/guard.h"
@@ -65,7 +65,7 @@ AbecsRspStat_e exchange(AbecsPinpad *pinpad, const char *cmdId, AddParams addPar
         const AbecsPacketPtr packet(abecsPacketCreate());
         abecs_cmd_builder_build(builder.get(), packet.get());
         abecs_link_exchange(pinpad, packet.get());
-        return abecs_read_response_status(packet.get(), cmdId);
+        return abecs_read_response_header(packet.get(), cmdId);
     });
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "abecs/open.h"
 #include "abecs/pinpad.h"
 #include "serial/time_divisor.h"
 #include "tests/support/failures.h"

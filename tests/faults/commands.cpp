@@ -5,7 +5,7 @@
 #include "abecs/commands/display.h"
 #include "abecs/commands/event.h"
 #include "abecs/commands/media.h"
-#include "abecs/secure_channel.h"
+#include "abecs/open.h"
 #include "core/owned.h"
 #include "core/string_list.h"
 

@@ -3,7 +3,7 @@
 // failure or none, and that the session is fit for use afterwards.
 
 #include "abecs/commands/capture.h"
-#include "abecs/secure_channel.h"
+#include "abecs/open.h"
 #include "sim/simulator.h"
 #include "tests/link/session_fixture.h"
 

@@ -1,6 +1,6 @@
 // The exchange of keys against a device's side that is played with OpenSSL: any key block at all.
 
-#include "abecs/secure_channel.h"
+#include "abecs/open.h"
 #include "tests/link/far_end.h"
 #include "tests/link/session_fixture.h"
 

@@ -2,7 +2,7 @@
 
 #include "abecs/commands/close.h"
 #include "abecs/commands/display.h"
-#include "abecs/secure_channel.h"
+#include "abecs/open.h"
 #include "sim/simulator.h"
 #include "tests/link/session_fixture.h"
 

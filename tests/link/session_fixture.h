@@ -2,6 +2,7 @@
 
 #include "abecs/cmd_builder.h"
 #include "abecs/link.h"
+#include "abecs/open.h"
 #include "core/time.h"
 #include "serial/time_divisor.h"
 #include "tests/support/failures.h"

@@ -1,5 +1,6 @@
 // Creating and destroying a session, and what it keeps.
 
+#include "abecs/open.h"
 #include "core/memory.h"
 #include "serial/port.h"
 #include "tests/crypto/memory_scan.h"

@@ -1,6 +1,7 @@
 // Every allocation of every command fails in turn: out of memory is what is raised, nothing is
 // kept, and the next command works on the same session.
 
+#include "abecs/open.h"
 #include "abecs/param_map.h"
 #include "core/memory.h"
 #include "tests/robustness/heap_watch.h"

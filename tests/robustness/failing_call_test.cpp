@@ -2,6 +2,7 @@
 // system's number, an interruption or a short transfer shows nowhere, and the next command works on
 // the same session.
 
+#include "abecs/open.h"
 #include "core/time.h"
 #include "serial/time_divisor.h"
 #include "tests/robustness/rig.h"

@@ -3,7 +3,7 @@
 
 #include "abecs/commands/capture.h"
 #include "abecs/commands/display.h"
-#include "abecs/secure_channel.h"
+#include "abecs/open.h"
 #include "sim/simulator.h"
 #include "tests/link/session_fixture.h"
 

@@ -1,7 +1,7 @@
 // The host dies without a word: whoever comes next finds the port free.
 
 #include "abecs/commands/display.h"
-#include "abecs/secure_channel.h"
+#include "abecs/open.h"
 #include "tests/robustness/device_program.h"
 #include "tests/support/failures.h"
 

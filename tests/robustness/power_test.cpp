@@ -2,7 +2,7 @@
 // once, and the port can be opened again as soon as a device is back.
 
 #include "abecs/commands/display.h"
-#include "abecs/secure_channel.h"
+#include "abecs/open.h"
 #include "serial/time_divisor.h"
 #include "tests/robustness/device_program.h"
 #include "tests/robustness/rig.h"

@@ -4,7 +4,7 @@
 #include "abecs/commands/display.h"
 #include "abecs/crypto/crypto.h"
 #include "abecs/crypto/rsa.h"
-#include "abecs/secure_channel.h"
+#include "abecs/open.h"
 #include "core/owned.h"
 #include "tests/robustness/device_program.h"
 #include "tests/robustness/random_source.h"

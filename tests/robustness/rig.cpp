@@ -2,7 +2,7 @@
 
 #include "abecs/commands/display.h"
 #include "abecs/link.h"
-#include "abecs/secure_channel.h"
+#include "abecs/open.h"
 #include "serial/time_divisor.h"
 #include "tests/soak/commands.h"
 #include "tests/support/failures.h"

@@ -7,7 +7,7 @@
 #include "abecs/commands/event.h"
 #include "abecs/crypto/rsa_handle.h"
 #include "abecs/crypto/rsa_key.h"
-#include "abecs/secure_channel.h"
+#include "abecs/open.h"
 #include "core/memory.h"
 #include "tests/crypto/memory_scan.h"
 #include "tests/robustness/device_program.h"

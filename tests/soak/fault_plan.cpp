@@ -87,6 +87,7 @@ public:
             return breaking("prefix " + strangeByte(), 1);
         case 15:
         case 16:
+            m_plan.surplus = true;
             return rule("response", "suffix " + strangeByte() + strangeByte());
         case 17:
             m_plan.waits += firstWait();
@@ -103,6 +104,7 @@ public:
             m_plan.causes |= AT_CABLE;
             return rule("response", "unplug " + place);
         default:
+            m_plan.surplus = true;
             return rule("response", "twice");
         }
     }

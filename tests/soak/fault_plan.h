@@ -31,6 +31,8 @@ struct FaultPlan {
     unsigned causes = 0;
     /// Of the waits of the library, before they are divided.
     Milliseconds waits{0};
+    /// Something may follow a good answer.
+    bool surplus = false;
     /// Of the device, never divided.
     Milliseconds delays{0};
     /// What the device still sends comes no later than this after the call.

@@ -2,7 +2,7 @@
 
 #include "abecs/commands/display.h"
 #include "abecs/link.h"
-#include "abecs/secure_channel.h"
+#include "abecs/open.h"
 #include "core/time.h"
 #include "serial/time_divisor.h"
 #include "tests/soak/commands.h"
@@ -216,7 +216,9 @@ void Storm::recover(const faults::Command &command, const FaultPlan &plan, const
         expectNextCommandWorks();
         return;
     }
-    if (abecs_pinpad_get_pending(m_pinpad.get()).text[0] != '\0') {
+    // On a healthy session the surplus would be taken for the acknowledgement of the next command.
+    if (abecs_pinpad_get_pending(m_pinpad.get()).text[0] != '\0' ||
+        (plan.surplus && outcome.struck && !outcome.failure)) {
         must("abort", [&] { abecs_link_abort(m_pinpad.get()); });
     }
     if (command.changesChannel) {

@@ -1,4 +1,4 @@
-#include "abecs/commands/response.h"
+#include "abecs/response_header.h"
 
 #include "abecs/response_parser.h"
 #include "core/exception.h"
@@ -6,7 +6,8 @@
 
 #include <cstring>
 
-AbecsRspStat_e abecs_read_response_status(AbecsPacket *packet, const char *cmdId) {
+AbecsRspStat_e abecs_read_response_header(AbecsPacket *packet, const char *cmdId,
+                                          const char *invalidId) {
     return pcl_guarded(ABECS_RSP_STAT_ST_INTERR, [&] {
         constexpr std::size_t HEADER_SIZE = 6;
         if (abecsPacketAvailable(packet) < HEADER_SIZE) {
@@ -16,7 +17,7 @@ AbecsRspStat_e abecs_read_response_status(AbecsPacket *packet, const char *cmdId
         char rspId[4];
         abecsFieldGetAlpha(packet, rspId, sizeof rspId, 3, 0);
         if (std::strcmp(rspId, cmdId) != 0 && std::strcmp(rspId, ABECS_RSP_ID_ERROR) != 0) {
-            pcl_raise(PCL_RESULT_PROTOCOL_ERROR, "(%s) Invalid RSP_ID: %s)", cmdId, rspId);
+            pcl_raise(PCL_RESULT_PROTOCOL_ERROR, invalidId, cmdId, rspId);
             return ABECS_RSP_STAT_ST_INTERR;
         }
         return abecsReadRspStat(packet);
