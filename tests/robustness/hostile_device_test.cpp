@@ -177,9 +177,14 @@ TEST_F(HostileDevice, EndlessNaksEndWithTheThirdFrame) {
     expectUsable();
 }
 
-TEST_F(HostileDevice, NaksAheadOfTheCommandAreNotTakenForItsVerdict) {
-    m_peer.play([](Peer &line) { line.write(Bytes(3000, 0x15)); });
-    m_peer.finish();
+TEST_F(HostileDevice, NaksAheadOfACommandAreItsVerdictAndNotThatOfTheNext) {
+    lieOnLine(Bytes(3000, 0x15));
+    EXPECT_FAILURE(send("DEX003000"), PCL_RESULT_PROTOCOL_ERROR, "Packet was rejected");
+    m_peer.play([](Peer &line) {
+        for (int attempt = 0; attempt < 3; ++attempt) {
+            line.expect(COMMAND);
+        }
+    });
     expectUsable();
 }
 
@@ -300,14 +305,26 @@ TEST_F(HostileAnswers, AnEncryptedAnswerWithoutAKeyLeavesTheSessionUsable) {
     expectUsable();
 }
 
-TEST_F(HostileAnswers, GarbageBetweenFramesIsDropped) {
+TEST_F(HostileAnswers, GarbageBetweenFramesCostsOneCommand) {
     open("");
-    for (const char *garbage : {"\x06", "\x15\x15\x15",
-                                "\x16"
-                                "DEX000\x17",
-                                "\x12\x12", "noise"}) {
+    const std::pair<const char *, const char *> cases[] = {
+        {"\x06", "Protocol error (expected SYN, read 0x6)"},
+        {"\x15\x15\x15", "Packet was rejected"},
+        {"\x16"
+         "DEX000\x17",
+         "Protocol error (unknown packet response: 0x16)"},
+        {"\x12\x12", "Protocol error (unknown packet response: 0x12)"},
+        {"noise", "Protocol error (unknown packet response: 0x6e)"}};
+    for (const auto &[garbage, detail] : cases) {
+        SCOPED_TRACE(detail);
         const std::string text = garbage;
         m_device->send_raw(sim::Bytes(text.begin(), text.end()));
+        while (pcl_serial_bytes_available(pinpad()->port) < text.size()) {
+            pcl_sleep_millis(1);
+        }
+        EXPECT_FAILURE(abecs_dex(pinpad(), "HELLO"), PCL_RESULT_PROTOCOL_ERROR, detail);
+        // The device has answered what the host took for refused.
+        pcl_sleep_millis(100);
         EXPECT_NO_FAILURE(EXPECT_EQ(ABECS_RSP_STAT_ST_OK, abecs_dex(pinpad(), "HELLO")));
     }
     expectUsable();
