@@ -37,8 +37,8 @@ constexpr std::chrono::milliseconds FRAME_GAP{50};
 
 // The device still answers a command whose call has failed on this side, and a frame that broke off
 // is over for it only after a while.
-std::uint64_t quietAfter(Call struck) {
-    return struck == Call::WRITE ? static_cast<std::uint64_t>(FRAME_GAP.count()) * 3 / 2 : 25;
+unsigned looksAfter(Call struck) {
+    return struck == Call::WRITE ? static_cast<unsigned>(FRAME_GAP.count()) * 3 / 2 : 25;
 }
 
 std::ptrdiff_t openFiles() {
@@ -114,7 +114,7 @@ protected:
                     << outcome.failure.message;
             }
             if (!isHarmless) {
-                pcl_sleep_millis(quietAfter(outcome.struck));
+                rig.awaitSilence(looksAfter(outcome.struck));
             }
             rig.expectUsable(command(), outcome.failure);
         }

@@ -3,6 +3,8 @@
 #include "abecs/commands/display.h"
 #include "abecs/link.h"
 #include "abecs/open.h"
+#include "core/time.h"
+#include "serial/serial.h"
 #include "serial/time_divisor.h"
 #include "tests/soak/commands.h"
 #include "tests/support/failures.h"
@@ -31,6 +33,17 @@ Rig::Rig(bool secure, std::chrono::milliseconds frameGap)
 Rig::~Rig() {
     m_pinpad.reset();
     pcl_serial_set_time_divisor(1);
+}
+
+void Rig::awaitSilence(unsigned looks) {
+    std::size_t waiting = 0;
+    for (unsigned quiet = 0; quiet < looks;) {
+        pcl_sleep_millis(1);
+        m_device.snapshot();
+        const std::size_t now = pcl_serial_bytes_available(pinpad()->port);
+        quiet = now == waiting ? quiet + 1 : 0;
+        waiting = now;
+    }
 }
 
 void Rig::reopen() {

@@ -28,6 +28,10 @@ public:
     AbecsPinpad *pinpad() { return m_pinpad.get(); }
     sim::Simulator &device() { return m_device; }
 
+    /// Waits until the device has said all that it will: so many looks in a row, a millisecond
+    /// apart, find nothing new on the line, and the device was awake before each of them.
+    void awaitSilence(unsigned looks);
+
     /// A new session on a newly opened port.
     void reopen();
     /// Whatever became of the command, the same session is put in order as a host would - a pending
