@@ -2,7 +2,7 @@
 
 std::uint8_t abecs_line_read_answer(PclSerialPort *port, AbecsLinkFraming_e framing) {
     std::uint8_t answer = 0;
-    const PclFailure failure = pcl_attempt([&] { answer = pcl_serial_read_byte(port); });
+    const PclException failure = pcl_attempt([&] { answer = pcl_serial_read_byte(port); });
     if (failure.code == PCL_RESULT_TIMEOUT_ERROR) {
         abecs_observe_silence(framing);
     }
@@ -31,7 +31,7 @@ void abecs_line_drain(PclSerialPort *port, AbecsLinkFraming_e framing) {
     pcl_guarded([&] {
         pcl_serial_set_timeout(port, ABECS_DRAIN_SILENCE);
         AbecsLine line(port, framing);
-        const PclFailure failure = pcl_attempt([&] {
+        const PclException failure = pcl_attempt([&] {
             for (;;) {
                 line.read();
             }

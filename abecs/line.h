@@ -111,7 +111,7 @@ void abecs_line_receive_frame(AbecsLine &line, ReadFrame readFrame) {
     for (int attempt = 0; attempt < ABECS_MAX_ATTEMPTS; ++attempt) {
         line.restart();
         bool intact = false;
-        const PclFailure failure = pcl_attempt([&] { intact = readFrame(line); });
+        const PclException failure = pcl_attempt([&] { intact = readFrame(line); });
         if (intact) {
             return;
         }
@@ -137,7 +137,7 @@ template <typename ReadFrame>
 void abecs_line_receive_answer(AbecsPinpad *pinpad, AbecsLine &line, ReadFrame readFrame) {
     const bool polled = abecs_pinpad_get_pending(pinpad).text[0] != '\0';
     const bool before = pinpad->disturbed.exchange(true);
-    const PclFailure failure = pcl_attempt([&] { abecs_line_receive_frame(line, readFrame); });
+    const PclException failure = pcl_attempt([&] { abecs_line_receive_frame(line, readFrame); });
     if (polled && failure.code == PCL_RESULT_TIMEOUT_ERROR) {
         pinpad->disturbed.store(before);
     }

@@ -92,7 +92,7 @@ bool crcMatches(AbecsLine &line, AbecsPacket *body) {
 // Decrypts the body of an intact frame when it needs it, and shows the frame to the observer
 // whatever comes of that.
 void finishFrame(AbecsPinpad *pinpad, const AbecsLine &line, AbecsPacket *body) {
-    PclFailure failure;
+    PclException failure;
     if (line.encrypted()) {
         failure = pcl_attempt([&] { abecs_decrypt_response(pinpad, body); });
     }

@@ -49,9 +49,9 @@ void abecs_pinpad_destroy(AbecsPinpad **pinpad) {
     if (port == nullptr) {
         return;
     }
-    const PclFailure notPurged =
+    const PclException notPurged =
         pcl_attempt([&] { pcl_serial_purge(port, PCL_SERIAL_PURGE_BOTH); });
-    const PclFailure notClosed = pcl_attempt([&] { pcl_serial_close(&port); });
+    const PclException notClosed = pcl_attempt([&] { pcl_serial_close(&port); });
     pcl_raise_again(notPurged ? notPurged : notClosed);
 }
 

@@ -112,7 +112,7 @@ void abecs_decrypt_response(AbecsPinpad *pinpad, AbecsPacket *packet) {
             pcl_aes_cbc_decrypt(cipher.get(), nullptr, payload.data(), payload.data(), size);
         }
         abecsPacketClear(packet);
-        const PclFailure cause = pcl_attempt([&] {
+        const PclException cause = pcl_attempt([&] {
             const PlainBody body = openWrapper(payload.data(), size);
             abecsFieldPutBytes(packet, body.data, body.length);
         });

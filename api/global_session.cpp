@@ -85,7 +85,7 @@ AbecsPinpadPtr create(const char *portName) {
     PclInterrupt interrupt;
     AbecsPinpadPtr pinpad;
     creation.store(&interrupt);
-    const PclFailure failure =
+    const PclException failure =
         pcl_attempt([&] { pinpad.reset(abecs_pinpad_create(portName, &interrupt)); });
     creation.store(nullptr);
     awaitPinning();
@@ -127,7 +127,7 @@ void pinpad_session_abort() {
         return;
     }
     SharedSession *session = pin();
-    const PclFailure failure = pcl_attempt(
+    const PclException failure = pcl_attempt(
         [&] { abecs_link_abort(session == nullptr ? nullptr : session->pinpad.get()); });
     static_cast<void>(pcl_attempt([&] { release(session); }));
     pcl_raise_again(failure);

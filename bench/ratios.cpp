@@ -85,7 +85,7 @@ int main(int argc, char **argv) {
         return usage();
     }
     try {
-        const PclFailure failure = pcl_attempt([&] { measure(options); });
+        const PclException failure = pcl_attempt([&] { measure(options); });
         if (failure) {
             std::fprintf(stderr, "%s\n", failure.message);
             return 1;

@@ -82,7 +82,7 @@ int main(int argc, char **argv) {
         std::fprintf(stderr, "usage: %s [ROUNDS]\n", argv[0]);
         return 2;
     }
-    const PclFailure failure = pcl_attempt([&] { measure(rounds); });
+    const PclException failure = pcl_attempt([&] { measure(rounds); });
     if (failure) {
         std::fprintf(stderr, "%s\n", failure.message);
         return 1;

@@ -150,7 +150,7 @@ void Device::abandon() noexcept {
     if (!isOpen()) {
         return;
     }
-    const PclFailure unreachable = pcl_attempt([&] { abecs_link_abort(m_pinpad.get()); });
+    const PclException unreachable = pcl_attempt([&] { abecs_link_abort(m_pinpad.get()); });
     if (!unreachable) {
         static_cast<void>(
             pcl_attempt([&] { abecs_clo(m_pinpad.get(), m_settings.idleMessage.c_str()); }));

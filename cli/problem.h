@@ -50,7 +50,7 @@ struct Interrupted {};
 /// Runs a body that calls the library and turns the failure it raises into a LibraryFailure.
 template <typename Body>
 void callLibrary(Stage stage, Body &&body) {
-    const PclFailure failure = pcl_attempt(std::forward<Body>(body));
+    const PclException failure = pcl_attempt(std::forward<Body>(body));
     if (failure) {
         throw LibraryFailure{failure.code, failure.message, stage};
     }

@@ -23,16 +23,16 @@ constexpr std::size_t FRAMES_IN_PLACE = 16;
 
 struct ThreadState {
     PclException record;
-    PclExceptionFrame *current;
-    PclExceptionFrame *root;
-    std::size_t placesUsed;
-    PclExceptionFrame places[FRAMES_IN_PLACE];
+    PclExceptionFrame *current = nullptr;
+    PclExceptionFrame *root = nullptr;
+    std::size_t placesUsed = 0;
+    PclExceptionFrame places[FRAMES_IN_PLACE] = {};
 };
 
 // In a 32-bit DLL the storage of a thread is gone before a destructor would run.
 static_assert(std::is_trivially_destructible_v<ThreadState>);
 
-thread_local ThreadState state;
+constinit thread_local ThreadState state;
 std::atomic<PclUncaughtHandler> uncaughtHandler{nullptr};
 
 [[noreturn]] void abortLoudly() {
@@ -61,7 +61,7 @@ void raiseFailure(PclResult_e code, const char *message) {
         } else if (message != state.record.message) {
             pcl_snprintf(state.record.message, sizeof state.record.message, "%s", message);
         }
-        throw PclUnwind{state.record};
+        throw PclException{state.record};
     }
     if (const PclUncaughtHandler handler = uncaughtHandler.load(); handler != nullptr) {
         handler(code, message);

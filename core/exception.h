@@ -9,19 +9,22 @@
 /// Failures.
 ///
 /// A failure is a code and a message of at most 255 characters. Raising one with a frame open in
-/// this thread unwinds (as a C++ exception of a private type) to the innermost frame, destroying
-/// what the functions in between own. With no frame open the failure goes to the host's handler,
-/// and if that returns, so does the raise: the raising function must return at once, touching
-/// neither what it found wrong nor the line.
+/// this thread unwinds (as a C++ exception) to the innermost frame, destroying what the functions
+/// in between own. With no frame open the failure goes to the host's handler, and if that returns,
+/// so does the raise: the raising function must return at once, touching neither what it found
+/// wrong nor the line.
 ///
 /// The record and the frames are per thread, the handler is one for the process.
 
 inline constexpr std::size_t PCL_EXCEPTION_MESSAGE_SIZE = 256;
 
-/// The current failure of this thread; code PCL_RESULT_OK when there is none.
+/// A failure, or none: the thread's record of the current one, the C++ exception that a raise
+/// throws when a frame is open (only core/guard.h catches it), and the copy for whoever handles it.
 struct PclException {
-    PclResult_e code;
-    char message[PCL_EXCEPTION_MESSAGE_SIZE];
+    PclResult_e code = PCL_RESULT_OK;
+    char message[PCL_EXCEPTION_MESSAGE_SIZE] = {};
+
+    explicit operator bool() const { return code != PCL_RESULT_OK; }
 };
 
 /// One open frame. The frames of the first 16 depths are part of the thread's state and are used
@@ -70,9 +73,3 @@ std::size_t pcl_exception_pooled_frames();
 
 /// Reports on standard output that a frame could not be allocated, and aborts.
 [[noreturn]] void pcl_fatal_alloc_error();
-
-/// What a raise throws when a frame is open. Only core/guard.h catches it. It carries the failure
-/// itself, so that what destructors do on the way cannot disturb it.
-struct PclUnwind {
-    PclException failure;
-};

@@ -2,23 +2,14 @@
 
 #include "core/exception.h"
 
-#include <cstring>
 #include <new>
 #include <type_traits>
 #include <utility>
 
-/// A caught failure, copied out of the thread's record. Tests true when there was one.
-struct PclFailure {
-    PclResult_e code = PCL_RESULT_OK;
-    char message[PCL_EXCEPTION_MESSAGE_SIZE] = {};
-
-    explicit operator bool() const { return code != PCL_RESULT_OK; }
-};
-
 /// Runs the body inside a frame of its own and gives back the failure it raised, if any. The frame
 /// is closed exactly once on every path, also when a host's own exception passes through.
 template <typename Body>
-[[nodiscard]] PclFailure pcl_attempt(Body &&body) {
+[[nodiscard]] PclException pcl_attempt(Body &&body) {
     struct Frame {
         Frame() { pcl_exception_try(); }
         ~Frame() { pcl_exception_end_try(); }
@@ -26,29 +17,25 @@ template <typename Body>
         Frame &operator=(const Frame &) = delete;
     };
 
-    PclFailure failure;
+    PclException failure;
     Frame frame;
     try {
         std::forward<Body>(body)();
-    } catch (const PclUnwind &unwind) {
-        failure.code = unwind.failure.code;
-        std::memcpy(failure.message, unwind.failure.message, sizeof failure.message);
+    } catch (const PclException &raised) {
+        failure = raised;
     } catch (const std::bad_alloc &) {
-        failure.code = PCL_RESULT_MALLOC_ERROR;
-        std::strcpy(failure.message, "[PCL_RESULT_MALLOC_ERROR] ");
+        failure = {PCL_RESULT_MALLOC_ERROR, "[PCL_RESULT_MALLOC_ERROR] "};
     }
     if (failure) {
         // What was released on the way may have opened frames, which clears the record.
-        PclException *record = pcl_exception_message_buffer();
-        record->code = failure.code;
-        std::memcpy(record->message, failure.message, sizeof failure.message);
+        *pcl_exception_message_buffer() = failure;
     }
     return failure;
 }
 
 /// Raises a caught failure again, unchanged, if there was one; whether there was, should the host's
 /// handler return.
-inline bool pcl_raise_again(const PclFailure &failure) {
+inline bool pcl_raise_again(const PclException &failure) {
     pcl_exception_rethrow(failure.code, failure.message);
     return static_cast<bool>(failure);
 }
@@ -63,7 +50,7 @@ Result pcl_guarded(Result fallback, Body &&body) {
         return std::forward<Body>(body)();
     }
     Result result = fallback;
-    const PclFailure failure = pcl_attempt([&] { result = std::forward<Body>(body)(); });
+    const PclException failure = pcl_attempt([&] { result = std::forward<Body>(body)(); });
     return pcl_raise_again(failure) ? fallback : result;
 }
 

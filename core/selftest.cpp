@@ -54,7 +54,7 @@ std::uint32_t pcl_selftest_run_all(PclSelfTestRegistry *registry, PclSelfTestRep
     for (PclSetIterator *it = pcl_set_iterator_begin(registry, &at); it != nullptr;
          it = pcl_set_iterator_next(it)) {
         const PclSelfTest &test = testOf(it->item);
-        const PclFailure failure = pcl_attempt([&] { test.run(); });
+        const PclException failure = pcl_attempt([&] { test.run(); });
         failed += failure ? 1 : 0;
         if (report != nullptr) {
             report(context, test.name, failure ? &failure : nullptr);

@@ -14,7 +14,7 @@ struct PclSelfTest {
 
 /// Called once per test, with a null failure for one that passed. The context is the caller's.
 using PclSelfTestReport = void(PCL_CALL *)(void *context, const char *name,
-                                           const PclFailure *failure);
+                                           const PclException *failure);
 
 /// An empty registry, to be released with pcl_set_destroy. Raises PCL_RESULT_MALLOC_ERROR.
 PclSelfTestRegistry *pcl_selftest_create();

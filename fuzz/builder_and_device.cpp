@@ -85,7 +85,7 @@ bool fitsInTurn(const std::vector<sim::Param> &params) {
 void buildAndRead(const std::vector<sim::Param> &params) {
     const AbecsCmdBuilderPtr builder(abecs_cmd_builder_create());
     const AbecsPacketPtr packet(abecsPacketCreate());
-    const PclFailure failure = pcl_attempt([&] {
+    const PclException failure = pcl_attempt([&] {
         abecs_cmd_builder_set_cmd_id(builder.get(), "XYZ");
         for (const sim::Param &param : params) {
             const AbecsParamPtr record(abecsParamCreate());
@@ -130,7 +130,7 @@ void answerAndParse(const std::vector<sim::Param> &params) {
     const AbecsResponseParserPtr parser(abecsParserCreate());
     const AbecsParamPtr param(abecsParamCreate());
     std::vector<sim::Param> found;
-    const PclFailure failure = pcl_attempt([&] {
+    const PclException failure = pcl_attempt([&] {
         abecsParserParse(parser.get(), packet.get());
         while (abecsParserNextParam(parser.get(), param.get()) != nullptr) {
             sim::Param one;

@@ -20,7 +20,7 @@ inline constexpr char NUL = '\0';
 
 /// Whether there was no failure, or one that a device may cause: it tells of the line, of silence
 /// or of an answer that is not allowed, and has a text.
-inline bool isAllowed(const PclFailure &failure) {
+inline bool isAllowed(const PclException &failure) {
     return !failure ||
            ((failure.code == PCL_RESULT_IO_ERROR || failure.code == PCL_RESULT_PROTOCOL_ERROR ||
              failure.code == PCL_RESULT_TIMEOUT_ERROR) &&

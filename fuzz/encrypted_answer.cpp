@@ -49,7 +49,7 @@ void receiveAnything(const sim::Bytes &payload) {
     const fuzz::SessionState before = fuzz::stateOf(pinpad);
     const sim::Bytes frame = sim::encode_frame(payload, true);
     memory_port::say({frame, frame, frame});
-    const PclFailure failure =
+    const PclException failure =
         pcl_attempt([&] { abecs_link_receive_response(pinpad, answer.get()); });
     FUZZ_CHECK(fuzz::isAllowed(failure));
     if (!failure) {
@@ -62,7 +62,7 @@ void receiveAGoodAnswer(const sim::SecureChannel &channel) {
     AbecsPinpad *const pinpad = fuzz::session();
     const AbecsPacketPtr answer(abecsPacketCreate());
     memory_port::say({sim::encode_frame(channel.wrap({'D', 'E', 'X', '0', '0', '0'}), true)});
-    const PclFailure failure =
+    const PclException failure =
         pcl_attempt([&] { abecs_link_receive_response(pinpad, answer.get()); });
     FUZZ_CHECK(!failure);
     FUZZ_CHECK(fuzz::textOf(answer.get()) == "DEX000");

@@ -15,7 +15,8 @@ void receiveAnything(const std::uint8_t *data, std::size_t size) {
     abecs_ext_set_pending(pinpad, "QR01");
     const fuzz::SessionState before = fuzz::stateOf(pinpad);
     memory_port::sayInput(data, size);
-    const PclFailure failure = pcl_attempt([&] { abecs_ext_receive_packet(pinpad, answer.get()); });
+    const PclException failure =
+        pcl_attempt([&] { abecs_ext_receive_packet(pinpad, answer.get()); });
     FUZZ_CHECK(fuzz::isAllowed(failure));
     FUZZ_CHECK(abecsPacketAvailable(answer.get()) <= ABECS_PACKET_CAPACITY);
     FUZZ_CHECK(fuzz::stateOf(pinpad) == before);
@@ -29,7 +30,8 @@ void receiveAGoodAnswer() {
     const AbecsPacketPtr answer(abecsPacketCreate());
     abecs_ext_clear_pending(pinpad);
     memory_port::say({sim::encode_ext_frame({'Q', 'R', '0', '1', '0'})});
-    const PclFailure failure = pcl_attempt([&] { abecs_ext_receive_packet(pinpad, answer.get()); });
+    const PclException failure =
+        pcl_attempt([&] { abecs_ext_receive_packet(pinpad, answer.get()); });
     FUZZ_CHECK(!failure);
     FUZZ_CHECK(fuzz::textOf(answer.get()) == "QR010");
 }

@@ -41,7 +41,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     std::array<char, MOST + 1> text;
     text.fill('#');
     bool written = false;
-    const PclFailure failure = pcl_attempt([&] {
+    const PclException failure = pcl_attempt([&] {
         switch (reader) {
         case 0:
             abecsFieldGetAlpha(packet.get(), text.data(), text.size(), width, 0);

@@ -15,7 +15,7 @@ void receiveAnything(const std::uint8_t *data, std::size_t size) {
     abecs_pinpad_set_pending(pinpad, "GCX");
     const fuzz::SessionState before = fuzz::stateOf(pinpad);
     memory_port::sayInput(data, size);
-    const PclFailure failure =
+    const PclException failure =
         pcl_attempt([&] { abecs_link_receive_response(pinpad, answer.get()); });
     FUZZ_CHECK(fuzz::isAllowed(failure));
     FUZZ_CHECK(abecsPacketAvailable(answer.get()) <= ABECS_PACKET_CAPACITY);
@@ -31,7 +31,7 @@ void receiveAGoodAnswer() {
     const AbecsPacketPtr answer(abecsPacketCreate());
     abecs_pinpad_clear_pending(pinpad);
     memory_port::say({sim::encode_frame({'D', 'E', 'X', '0', '0', '0'}, false)});
-    const PclFailure failure =
+    const PclException failure =
         pcl_attempt([&] { abecs_link_receive_response(pinpad, answer.get()); });
     FUZZ_CHECK(!failure);
     FUZZ_CHECK(fuzz::textOf(answer.get()) == "DEX000");

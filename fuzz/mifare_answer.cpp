@@ -43,7 +43,7 @@ void takeAnything(unsigned command, const sim::Bytes &body) {
     std::uint32_t length = 16;
     std::int32_t value = 0;
     std::int32_t result = 0;
-    const PclFailure failure = pcl_attempt([&] {
+    const PclException failure = pcl_attempt([&] {
         switch (command) {
         case 0:
             result = abecs_mf_activate(pinpad, text.data(), status.data());
@@ -78,7 +78,7 @@ void activateACard() {
     Guarded<TEXT_SIZE> text;
     Guarded<STATUS_SIZE> status;
     std::int32_t result = -1;
-    const PclFailure failure = pcl_attempt(
+    const PclException failure = pcl_attempt(
         [&] { result = abecs_mf_activate(fuzz::session(), text.data(), status.data()); });
     FUZZ_CHECK(!failure);
     FUZZ_CHECK(result == 0);

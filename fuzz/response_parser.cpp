@@ -21,7 +21,7 @@ std::size_t readOneByOne(const std::uint8_t *data, std::size_t size) {
     const AbecsPacketPtr packet = packetOf(data, size);
     const AbecsResponseParserPtr parser(abecsParserCreate());
     const AbecsParamPtr param(abecsParamCreate());
-    const PclFailure failure = pcl_attempt([&] {
+    const PclException failure = pcl_attempt([&] {
         abecsParserParse(parser.get(), packet.get());
         FUZZ_CHECK(std::strlen(abecsParserGetRspId(parser.get())) <= 3);
         const std::int32_t status = abecsParserGetRspStat(parser.get());
@@ -46,7 +46,7 @@ void collect(const std::uint8_t *data, std::size_t size) {
     const AbecsPacketPtr packet = packetOf(data, size);
     const AbecsResponseParserPtr parser(abecsParserCreate());
     const AbecsParamMapPtr map(abecsParamMapCreate());
-    const PclFailure failure = pcl_attempt([&] {
+    const PclException failure = pcl_attempt([&] {
         abecsParserParse(parser.get(), packet.get());
         if (std::strcmp(abecsParserGetRspId(parser.get()), ABECS_RSP_ID_NOTIFICATION) != 0) {
             abecsParamMapCollect(map.get(), parser.get());
@@ -70,7 +70,7 @@ void readAGoodOne() {
     abecsFieldPutBytes(packet.get(), "DEX000000", 9);
     const AbecsResponseParserPtr parser(abecsParserCreate());
     const AbecsParamPtr param(abecsParamCreate());
-    const PclFailure failure = pcl_attempt([&] {
+    const PclException failure = pcl_attempt([&] {
         abecsParserParse(parser.get(), packet.get());
         FUZZ_CHECK(std::strcmp(abecsParserGetRspId(parser.get()), "DEX") == 0);
         FUZZ_CHECK(abecsParserGetRspStat(parser.get()) == ABECS_RSP_STAT_ST_OK);

@@ -71,7 +71,7 @@ bool carries(const Block &block, std::array<std::uint8_t, ABECS_SESSION_KEY_SIZE
     return true;
 }
 
-PclFailure open(const sim::Bytes &answer, AbecsRspStat_e &status, std::uint8_t &keyInstalled) {
+PclException open(const sim::Bytes &answer, AbecsRspStat_e &status, std::uint8_t &keyInstalled) {
     constexpr std::uint8_t ACK = 0x06;
     sim::Bytes frame = sim::encode_frame(answer, false);
     const sim::Bytes repeated = frame;
@@ -86,7 +86,7 @@ void takeAnAnswer(const sim::Bytes &answer) {
     const fuzz::SessionState before = fuzz::stateOf(pinpad);
     AbecsRspStat_e status = ABECS_RSP_STAT_ST_INTERR;
     std::uint8_t keyInstalled = 0;
-    const PclFailure failure = open(answer, status, keyInstalled);
+    const PclException failure = open(answer, status, keyInstalled);
     FUZZ_CHECK(fuzz::isAllowed(failure));
     FUZZ_CHECK(!failure || keyInstalled == 0);
     if (keyInstalled == 0) {
@@ -100,7 +100,7 @@ void takeABlock(const Block &block) {
     abecs_pinpad_set_session_key(pinpad, EARLIER.data());
     AbecsRspStat_e status = ABECS_RSP_STAT_ST_INTERR;
     std::uint8_t keyInstalled = 0;
-    const PclFailure failure = open(answerWith(block), status, keyInstalled);
+    const PclException failure = open(answerWith(block), status, keyInstalled);
     std::array<std::uint8_t, ABECS_SESSION_KEY_SIZE> key = EARLIER;
     const bool carried = carries(block, key);
     FUZZ_CHECK(!failure == carried);

@@ -19,7 +19,7 @@ inline AbecsPinpad *session() {
         // Silence where the line is drained, then the answer to the abort.
         memory_port::say({{}, {EOT}});
         AbecsPinpad *opened = nullptr;
-        const PclFailure failure = pcl_attempt([&] { opened = abecs_pinpad_create("memory"); });
+        const PclException failure = pcl_attempt([&] { opened = abecs_pinpad_create("memory"); });
         FUZZ_CHECK(!failure);
         FUZZ_CHECK(opened != nullptr);
         return opened;

@@ -13,7 +13,7 @@ inline constexpr std::int32_t ABECS_POLL_NO_ANSWER = -1;
 template <typename Body>
 std::int32_t abecs_poll(Body &&body) {
     std::int32_t result = ABECS_POLL_NO_ANSWER;
-    const PclFailure failure = pcl_attempt([&] { result = std::forward<Body>(body)(); });
+    const PclException failure = pcl_attempt([&] { result = std::forward<Body>(body)(); });
     if (failure.code != PCL_RESULT_TIMEOUT_ERROR) {
         pcl_raise_again(failure);
     }

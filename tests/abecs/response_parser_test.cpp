@@ -141,7 +141,7 @@ TEST_F(Parser, DoesNotRunAwayWithAParameterThatOverrunsItsBlock) {
                             "003"
                             "bcd"));
     EXPECT_EQ("257=a003", next());
-    const PclFailure failure = pcl_attempt([&] {
+    const PclException failure = pcl_attempt([&] {
         for (int i = 0; i < 10; ++i) {
             next();
         }

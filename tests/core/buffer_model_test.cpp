@@ -63,7 +63,7 @@ private:
             byte = anyByte();
         }
         const bool fits = model_.size() + bytes.size() <= capacity_;
-        const PclFailure failure =
+        const PclException failure =
             pcl_attempt([&] { pcl_buffer_write(buffer_, bytes.data(), bytes.size()); });
         ASSERT_EQ(static_cast<bool>(failure), !fits);
         if (fits) {
@@ -87,7 +87,7 @@ private:
         const auto value = static_cast<std::uint32_t>(random_());
         const std::uint8_t little = upTo(1) == 1;
         const bool fits = model_.size() + 4 <= capacity_;
-        const PclFailure failure =
+        const PclException failure =
             pcl_attempt([&] { pcl_buffer_write_u32(buffer_, value, little); });
         ASSERT_EQ(static_cast<bool>(failure), !fits);
         for (std::uint32_t i = 0; fits && i < 4; ++i) {
@@ -99,7 +99,7 @@ private:
         const std::uint8_t little = upTo(1) == 1;
         const bool enough = model_.size() >= 2;
         std::uint16_t value = 0;
-        const PclFailure failure =
+        const PclException failure =
             pcl_attempt([&] { value = pcl_buffer_read_u16(buffer_, little); });
         ASSERT_EQ(static_cast<bool>(failure), !enough);
         if (enough) {
@@ -113,7 +113,7 @@ private:
     void writeByte() {
         const std::uint8_t byte = anyByte();
         const bool fits = model_.size() < capacity_;
-        const PclFailure failure = pcl_attempt([&] { pcl_buffer_write_byte(buffer_, byte); });
+        const PclException failure = pcl_attempt([&] { pcl_buffer_write_byte(buffer_, byte); });
         ASSERT_EQ(static_cast<bool>(failure), !fits);
         if (fits) {
             model_.push_back(byte);
@@ -122,7 +122,7 @@ private:
 
     void readByte() {
         std::uint8_t byte = 0;
-        const PclFailure failure = pcl_attempt([&] { byte = pcl_buffer_read_byte(buffer_); });
+        const PclException failure = pcl_attempt([&] { byte = pcl_buffer_read_byte(buffer_); });
         ASSERT_EQ(static_cast<bool>(failure), model_.empty());
         if (!model_.empty()) {
             ASSERT_EQ(byte, model_.front());

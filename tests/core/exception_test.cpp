@@ -20,7 +20,7 @@ bool raisesInOpenFrame(Body body) {
     pcl_exception_try();
     try {
         body();
-    } catch (const PclUnwind &) {
+    } catch (const PclException &) {
         return true;
     }
     return false;
@@ -29,7 +29,7 @@ bool raisesInOpenFrame(Body body) {
 /// Fails at every depth, the innermost first; how many failures arrived where they belong.
 int attemptNested(int depth) {
     int caught = 0;
-    const PclFailure failure = pcl_attempt([&] {
+    const PclException failure = pcl_attempt([&] {
         if (depth > 1) {
             caught = attemptNested(depth - 1);
         }
@@ -138,7 +138,7 @@ TEST(Exception, RethrowOfTheRecordsOwnMessageKeepsIt) {
 }
 
 TEST(Exception, ARaiseMayQuoteTheRecord) {
-    const PclFailure failure = pcl_attempt([] {
+    const PclException failure = pcl_attempt([] {
         pcl_snprintf(pcl_exception_message_buffer()->message, PCL_EXCEPTION_MESSAGE_SIZE, "%s",
                      "the cause");
         pcl_raise(PCL_RESULT_IO_ERROR, "because of %s", pcl_exception_message());
@@ -247,8 +247,8 @@ TEST(ExceptionFrames, FailuresOpenNoMoreOfThem) {
 
 TEST(ExceptionFrames, AFailureGoesToTheInnermost) {
     bool outerSawIt = false;
-    const PclFailure outer = pcl_attempt([&] {
-        const PclFailure inner = pcl_attempt([] { pcl_raise(PCL_RESULT_IO_ERROR, "inner"); });
+    const PclException outer = pcl_attempt([&] {
+        const PclException inner = pcl_attempt([] { pcl_raise(PCL_RESULT_IO_ERROR, "inner"); });
         EXPECT_EQ(inner.code, PCL_RESULT_IO_ERROR);
         outerSawIt = true;
     });
@@ -259,7 +259,7 @@ TEST(ExceptionFrames, AFailureGoesToTheInnermost) {
 TEST(ExceptionThreads, EachHasItsOwnFramesAndRecord) {
     const auto work = [](PclResult_e code) {
         for (int round = 0; round < 5000; ++round) {
-            const PclFailure failure = pcl_attempt(
+            const PclException failure = pcl_attempt(
                 [&] { pcl_guarded([&] { pcl_raise(code, "round %d of %d", round, code); }); });
             const std::string expected =
                 failures::text(code, "round " + std::to_string(round) + " of " +
@@ -288,7 +288,7 @@ TEST(ExceptionThreads, LeaveNothingBehind) {
 
 TEST(ExceptionThreads, AFrameHereDoesNotCatchAFailureThere) {
     const ScopedHandler handler;
-    const PclFailure failure = pcl_attempt(
+    const PclException failure = pcl_attempt(
         [] { std::thread([] { pcl_raise(PCL_RESULT_IO_ERROR, "elsewhere"); }).join(); });
     EXPECT_FALSE(failure);
     EXPECT_EQ(handler.count(), 1U);

@@ -42,14 +42,14 @@ void destroyLoudly(Handle **handle) {
 } // namespace
 
 TEST(Attempt, GivesNothingBackWhenNothingWasRaised) {
-    const PclFailure failure = pcl_attempt([] {});
+    const PclException failure = pcl_attempt([] {});
     EXPECT_FALSE(failure);
     EXPECT_EQ(failure.code, PCL_RESULT_OK);
     EXPECT_STREQ(failure.message, "");
 }
 
 TEST(Attempt, CopiesTheFailure) {
-    const PclFailure failure = pcl_attempt([] { pcl_raise(PCL_RESULT_DEVICE_BUSY, "port"); });
+    const PclException failure = pcl_attempt([] { pcl_raise(PCL_RESULT_DEVICE_BUSY, "port"); });
     EXPECT_TRUE(pcl_attempt([] { pcl_raise(PCL_RESULT_IO_ERROR, "another"); }));
     EXPECT_EQ(failure.code, PCL_RESULT_DEVICE_BUSY);
     EXPECT_STREQ(failure.message, "[PCL_RESULT_DEVICE_BUSY] port");
@@ -77,7 +77,7 @@ TEST(Attempt, LetsForeignExceptionsThroughWithItsFrameClosed) {
 }
 
 TEST(Attempt, TakesAnExhaustedHeapForAFailedAllocation) {
-    const PclFailure failure = pcl_attempt([] { throw std::bad_alloc(); });
+    const PclException failure = pcl_attempt([] { throw std::bad_alloc(); });
     EXPECT_EQ(failure.code, PCL_RESULT_MALLOC_ERROR);
     EXPECT_STREQ(failure.message, "[PCL_RESULT_MALLOC_ERROR] ");
     EXPECT_EQ(pcl_exception_frame(), nullptr);

@@ -22,7 +22,7 @@ void PCL_CALL failing() {
 
 using Report = std::map<std::string, std::string>;
 
-void PCL_CALL note(void *context, const char *name, const PclFailure *failure) {
+void PCL_CALL note(void *context, const char *name, const PclException *failure) {
     (*static_cast<Report *>(context))[name] = failure == nullptr ? "passed" : failure->message;
 }
 

@@ -415,7 +415,7 @@ TEST_F(ExtLink, FailsOnALineThatHangsUp) {
         line.hangUp();
     });
     put(bytes("MF01"));
-    const PclFailure failure = pcl_attempt([&] { abecs_ext_exchange(pinpad(), packet()); });
+    const PclException failure = pcl_attempt([&] { abecs_ext_exchange(pinpad(), packet()); });
     EXPECT_STREQ("[PCL_RESULT_IO_ERROR] ReadFile() error: 5", failure.message);
     m_peer.finish();
 }

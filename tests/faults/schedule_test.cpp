@@ -93,7 +93,7 @@ std::string fullMessage(PclResult_e code, const std::string &detail) {
     return std::string("[") + pcl_result_to_string(code) + "] " + detail;
 }
 
-void expectOutcome(const faults::Command &command, const Fault &fault, const PclFailure &failure,
+void expectOutcome(const faults::Command &command, const Fault &fault, const PclException &failure,
                    std::int32_t result) {
     if (fault.outcome == Outcome::good || fault.outcome == Outcome::surplus) {
         EXPECT_EQ(std::string(), failure.message);
@@ -116,7 +116,7 @@ void expectOutcome(const faults::Command &command, const Fault &fault, const Pcl
 
 AbecsPinpadPtr openSession(const std::string &port, bool secure) {
     AbecsPinpadPtr pinpad;
-    const PclFailure failure = pcl_attempt([&] {
+    const PclException failure = pcl_attempt([&] {
         pinpad.reset(abecs_pinpad_create(port.c_str()));
         EXPECT_EQ(ABECS_RSP_STAT_ST_OK, abecs_open(pinpad.get(), secure ? 1 : 0));
     });
@@ -126,12 +126,12 @@ AbecsPinpadPtr openSession(const std::string &port, bool secure) {
 
 void expectNextCommandFails(const faults::Command &command, const Fault &fault,
                             AbecsPinpad *pinpad) {
-    const PclFailure failure = pcl_attempt([&] { abecs_dex(pinpad, "TOO MUCH"); });
+    const PclException failure = pcl_attempt([&] { abecs_dex(pinpad, "TOO MUCH"); });
     EXPECT_EQ(fullMessage(fault.code, fault.detailFor(command)), failure.message);
 }
 
 void expectNextCommandWorks(AbecsPinpad *pinpad) {
-    const PclFailure failure = pcl_attempt([&] {
+    const PclException failure = pcl_attempt([&] {
         if (abecs_pinpad_get_pending(pinpad).text[0] != '\0') {
             abecs_link_abort(pinpad);
         }
@@ -155,11 +155,11 @@ public:
         m_device.arm_fault(std::string("fault ") + fault.stage + " " + command.frame + " " +
                            fault.action);
         if (command.prepare != nullptr) {
-            const PclFailure failure = pcl_attempt([&] { command.prepare(m_pinpad.get()); });
+            const PclException failure = pcl_attempt([&] { command.prepare(m_pinpad.get()); });
             ASSERT_EQ(std::string(), failure.message);
         }
         std::int32_t result = -99;
-        const PclFailure failure = pcl_attempt([&] { result = command.run(m_pinpad.get()); });
+        const PclException failure = pcl_attempt([&] { result = command.run(m_pinpad.get()); });
         expectOutcome(command, fault, failure, result);
         EXPECT_GT(m_device.snapshot().faults_struck, before);
         m_device.clear_faults();
@@ -183,7 +183,7 @@ private:
     // Host and device may disagree on the channel, or have given it up; opening it again settles
     // that.
     void reopen() {
-        const PclFailure failure = pcl_attempt(
+        const PclException failure = pcl_attempt(
             [&] { EXPECT_EQ(ABECS_RSP_STAT_ST_OK, abecs_open(m_pinpad.get(), m_secure ? 1 : 0)); });
         EXPECT_EQ(std::string(), failure.message);
     }

@@ -20,8 +20,8 @@ class AbortThread : public Link {
 protected:
     // What came of a wait and of an abort during it.
     struct Outcome {
-        PclFailure wait;
-        PclFailure abort;
+        PclException wait;
+        PclException abort;
     };
 
     static Outcome abortDuring(AbecsPinpad *pinpad, const std::function<void()> &wait) {

@@ -293,7 +293,7 @@ TEST_F(KeyExchange, RefusesAResponseThatIsNotAsItMustBe) {
 // Not a number below the modulus.
 TEST_F(KeyExchange, RefusesABlockThatIsNoRsaBlock) {
     play([](const far_end::PublicKey &) { return bytes("OPN000515256" + std::string(512, 'F')); });
-    const PclFailure failure = pcl_attempt([&] { abecs_open(pinpad(), 1); });
+    const PclException failure = pcl_attempt([&] { abecs_open(pinpad(), 1); });
     m_peer.finish();
     EXPECT_EQ(PCL_RESULT_CRYPT_ERROR, failure.code);
     EXPECT_EQ(0, pinpad()->secure);

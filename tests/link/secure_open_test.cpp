@@ -94,7 +94,7 @@ TEST_F(SecureOpen, PutsBackTwoLeadingBytes0x30OfTheKeyBlock) {
     plugIn("fault opn lead-30 2 always\n");
     // The device has to search for such a block, on a busy machine longer than the library waits.
     pcl_serial_set_time_divisor(1);
-    PclFailure failure;
+    PclException failure;
     for (int attempt = 0; attempt < 5; ++attempt) {
         failure = pcl_attempt([&] { EXPECT_EQ(ABECS_RSP_STAT_ST_OK, abecs_open(pinpad(), 1)); });
         if (failure.code != PCL_RESULT_TIMEOUT_ERROR) {
@@ -141,7 +141,7 @@ TEST_F(SecureOpen, RefusesAnotherKeyBlockLength) {
 
 TEST_F(SecureOpen, RefusesAKeyBlockThatIsNoHexadecimalText) {
     plugIn("fault opn bad-hex\n");
-    const PclFailure failure = pcl_attempt([&] { abecs_open(pinpad(), 1); });
+    const PclException failure = pcl_attempt([&] { abecs_open(pinpad(), 1); });
     EXPECT_EQ(PCL_RESULT_IO_ERROR, failure.code);
     EXPECT_EQ(0U, std::string(failure.message).find("[PCL_RESULT_IO_ERROR] Invalid data: "));
     EXPECT_EQ(0, pinpad()->secure);

@@ -77,8 +77,8 @@ TEST_P(AbortDuring, EachKindOfWait) {
             }
         }
     });
-    PclFailure waited;
-    PclFailure aborted;
+    PclException waited;
+    PclException aborted;
     const Milliseconds taken = timeOf([&] {
         std::thread second([&] {
             pcl_sleep_millis(15);

@@ -17,7 +17,7 @@ constexpr std::int32_t NOT_RUN = -99;
 constexpr std::size_t MANY = 1000;
 
 struct Outcome {
-    PclFailure failure;
+    PclException failure;
     std::int32_t result = NOT_RUN;
     heap::Watched memory;
 };
@@ -33,7 +33,7 @@ Outcome runWithFailing(std::size_t failing, const faults::Command &command, Abec
     return outcome;
 }
 
-void expectOutOfMemory(const PclFailure &failure) {
+void expectOutOfMemory(const PclException &failure) {
     EXPECT_EQ(PCL_RESULT_MALLOC_ERROR, failure.code);
     EXPECT_STREQ("[PCL_RESULT_MALLOC_ERROR] ", failure.message);
 }
@@ -98,7 +98,7 @@ TEST(FailingAllocationOfAParamMap, LeavesTheDataWithTheCaller) {
         const AbecsParamMapPtr map(abecsParamMapCreate());
         auto *data = static_cast<std::uint8_t *>(pcl_memdup("typed", 6));
         const AbecsParamValue record{6, data, 0};
-        PclFailure failure;
+        PclException failure;
         heap::watch(failing, [&] {
             failure = pcl_attempt([&] { abecsParamMapPut(map.get(), 1, &record, 1); });
         });
@@ -119,7 +119,7 @@ TEST(FailingAllocationOfASession, LeavesNoPortOpen) {
     std::size_t failing = 1;
     for (; failing < MANY; ++failing) {
         SCOPED_TRACE(testing::Message() << "allocation " << failing);
-        PclFailure failure;
+        PclException failure;
         bool created = false;
         const std::string port = device.port();
         const heap::Watched memory = heap::watch(failing, [&] {

@@ -46,7 +46,7 @@ std::ptrdiff_t openFiles() {
 }
 
 struct Outcome {
-    PclFailure failure;
+    PclException failure;
     std::int32_t result = NOT_RUN;
     Call struck = Call::NONE;
     std::size_t count = 0;

@@ -56,8 +56,8 @@ protected:
 
     // Drains on a thread of its own, so that the test can watch it.
     template <typename Meanwhile>
-    PclFailure drainDuring(Meanwhile meanwhile) {
-        PclFailure failure;
+    PclException drainDuring(Meanwhile meanwhile) {
+        PclException failure;
         std::atomic<bool> over{false};
         std::thread drain([&] {
             failure = pcl_attempt([&] { abecs_link_drain_input(pinpad()->port); });
@@ -75,7 +75,7 @@ protected:
 TEST_F(HostileDevice, AFloodIsDrainedInConstantMemoryAndEndsWithIt) {
     Flood flood(m_peer, Bytes(64, 'X'));
     flood.waitFor(1000);
-    const PclFailure failure = drainDuring([&](const std::atomic<bool> &over) {
+    const PclException failure = drainDuring([&](const std::atomic<bool> &over) {
         const std::size_t before = heap();
         flood.waitFor(MUCH);
         EXPECT_FALSE(over);
@@ -99,7 +99,7 @@ TEST_F(HostileDevice, AFloodEndsWhenTheCableIsPulled) {
         }
         line.hangUp();
     });
-    const PclFailure failure = drainDuring([](const std::atomic<bool> &) {});
+    const PclException failure = drainDuring([](const std::atomic<bool> &) {});
     EXPECT_EQ(failures::text(PCL_RESULT_IO_ERROR, "ReadFile() error: 5"),
               std::string(failure.message));
     EXPECT_TRUE(pcl_serial_is_gone(pinpad()->port));
@@ -123,8 +123,8 @@ TEST_F(HostileDevice, AFloodEndsWithAnAbortThatTheDeviceHeeds) {
             line.pause(10ms);
         }
     });
-    PclFailure aborted;
-    const PclFailure drained = drainDuring([&](const std::atomic<bool> &over) {
+    PclException aborted;
+    const PclException drained = drainDuring([&](const std::atomic<bool> &over) {
         pcl_sleep_millis(50);
         EXPECT_FALSE(over);
         aborted = pcl_attempt([&] { abecs_link_abort(pinpad()); });

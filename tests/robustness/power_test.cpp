@@ -61,7 +61,7 @@ AbecsPinpadPtr openPlain(const std::string &port) {
     return pinpad;
 }
 
-void expectLineGone(const PclFailure &failure) {
+void expectLineGone(const PclException &failure) {
     const std::string message = failure.message;
     EXPECT_EQ(PCL_RESULT_IO_ERROR, failure.code);
     EXPECT_TRUE(message == failures::text(PCL_RESULT_IO_ERROR, "ReadFile() error: 5") ||
@@ -83,7 +83,7 @@ void killAt(const faults::Command &command, const Stage &stage) {
         killed = Clock::now();
         device.kill();
     });
-    const PclFailure failure = pcl_attempt([&] { command.run(pinpad.get()); });
+    const PclException failure = pcl_attempt([&] { command.run(pinpad.get()); });
     const Clock::time_point failed = Clock::now();
     killer.join();
     expectLineGone(failure);

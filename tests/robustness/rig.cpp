@@ -56,7 +56,7 @@ void Rig::openChannel() {
     EXPECT_NO_FAILURE(EXPECT_EQ(ABECS_RSP_STAT_ST_OK, abecs_open(pinpad(), m_secure ? 1 : 0)));
 }
 
-void Rig::expectUsable(const faults::Command &command, const PclFailure &failure) {
+void Rig::expectUsable(const faults::Command &command, const PclException &failure) {
     if (abecs_pinpad_get_pending(pinpad()).text[0] != '\0') {
         EXPECT_NO_FAILURE(abecs_link_abort(pinpad()));
     }

@@ -36,7 +36,7 @@ public:
     void reopen();
     /// Whatever became of the command, the same session is put in order as a host would - a pending
     /// command aborted, a channel in doubt opened again - and the next command works.
-    void expectUsable(const faults::Command &command, const PclFailure &failure);
+    void expectUsable(const faults::Command &command, const PclException &failure);
 
 private:
     void openChannel();

@@ -59,7 +59,7 @@ struct Pipe {
 /// The message of what the body raises, "nothing" when it raises nothing.
 template <typename Body>
 std::string messageOf(Body body) {
-    const PclFailure failure = pcl_attempt(body);
+    const PclException failure = pcl_attempt(body);
     return failure ? failure.message : "nothing";
 }
 

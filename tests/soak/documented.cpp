@@ -51,7 +51,7 @@ constexpr Documented TABLE[] = {
 
 } // namespace
 
-const char *documentedAs(const PclFailure &failure, unsigned causes) {
+const char *documentedAs(const PclException &failure, unsigned causes) {
     const std::string name = std::string("[") + pcl_result_to_string(failure.code) + "] ";
     const std::string message = failure.message;
     if (message.compare(0, name.size(), name) != 0) {

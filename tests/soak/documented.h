@@ -17,6 +17,6 @@ enum Cause : unsigned {
 /// The text under which the headers of the library promise this failure, its code and its whole
 /// message, for a fault of these causes; null when none does. '*' in it stands for what the device
 /// determines.
-const char *documentedAs(const PclFailure &failure, unsigned causes);
+const char *documentedAs(const PclException &failure, unsigned causes);
 
 } // namespace soak

@@ -44,7 +44,7 @@ void sleepFor(Milliseconds time) {
     pcl_sleep_millis(static_cast<std::uint64_t>(time.count()) + 1);
 }
 
-bool isSilence(const PclFailure &failure) {
+bool isSilence(const PclException &failure) {
     return failure.code == PCL_RESULT_TIMEOUT_ERROR &&
            std::string(failure.message).find("Timeout waiting for data") != std::string::npos;
 }
@@ -52,8 +52,8 @@ bool isSilence(const PclFailure &failure) {
 } // namespace
 
 struct Storm::Outcome {
-    PclFailure preparing;
-    PclFailure failure;
+    PclException preparing;
+    PclException failure;
     std::int32_t result = NOT_RUN;
     Milliseconds elapsed{0};
     bool struck = false;
@@ -297,7 +297,7 @@ void Storm::refuse(const std::string &what) const {
 
 template <typename Body>
 void Storm::must(const char *what, Body body) const {
-    const PclFailure failure = pcl_attempt(body);
+    const PclException failure = pcl_attempt(body);
     if (failure) {
         refuse(std::string(what) + " failed: " + failure.message);
     }

@@ -29,7 +29,7 @@ inline std::string text(PclResult_e code, const std::string &detail) {
 
 template <typename Body>
 testing::AssertionResult raises(Body body, PclResult_e code, const std::string &detail) {
-    const PclFailure failure = pcl_attempt(body);
+    const PclException failure = pcl_attempt(body);
     const std::string expected = text(code, detail);
     if (!failure) {
         return testing::AssertionFailure() << "nothing was raised, expected " << expected;
@@ -43,7 +43,7 @@ testing::AssertionResult raises(Body body, PclResult_e code, const std::string &
 
 template <typename Body>
 testing::AssertionResult raisesNothing(Body body) {
-    const PclFailure failure = pcl_attempt(body);
+    const PclException failure = pcl_attempt(body);
     if (failure) {
         return testing::AssertionFailure()
                << "raised " << failure.code << " \"" << failure.message << '"';

@@ -27,12 +27,12 @@ void expect(const std::string &what, bool right) {
 }
 
 void expectFailure(const std::function<void()> &call, const std::string &message) {
-    const PclFailure failure = pcl_attempt(call);
+    const PclException failure = pcl_attempt(call);
     expect(message + ", not \"" + failure.message + "\"", message == failure.message);
 }
 
 void expectNone(const std::string &what, const std::function<void()> &call) {
-    const PclFailure failure = pcl_attempt(call);
+    const PclException failure = pcl_attempt(call);
     expect(what + ": " + failure.message, failure.message[0] == '\0');
 }
 
