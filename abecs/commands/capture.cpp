@@ -56,10 +56,6 @@ std::int32_t readAnswer(AbecsPinpad *pinpad, char *out, char *notification) {
 
 void abecs_gcd_start(AbecsPinpad *pinpad, std::uint16_t promptId, std::uint8_t minDig,
                      std::uint8_t maxDig, std::uint8_t timeoutSeconds) {
-    if (pinpad == nullptr) {
-        pcl_raise(PCL_RESULT_ILLEGAL_ARGUMENT, "'pinpad' is NULL");
-        return;
-    }
     if (minDig > MAX_DIGITS) {
         pcl_raise(PCL_RESULT_ILLEGAL_ARGUMENT, "Invalid value for minDig: %d (max: 32)", minDig);
         return;

@@ -9,7 +9,8 @@
 /// Starts the capture and marks it as pending. `promptId` and `timeoutSeconds` are the device's
 /// parameters 11 and 12 (12 is left out when 0); minDig <= maxDig <= 32. Raises
 /// PCL_RESULT_ILLEGAL_ARGUMENT "Invalid value for minDig: %d (max: 32)",
-/// "Invalid value for maxDig: %d (max: 32)", "minDig (%d) > maxDig (%d)", "'pinpad' is NULL".
+/// "Invalid value for maxDig: %d (max: 32)", "minDig (%d) > maxDig (%d)" and, from the sending,
+/// "'pinpad' is NULL".
 void abecs_gcd_start(AbecsPinpad *pinpad, std::uint16_t promptId, std::uint8_t minDig,
                      std::uint8_t maxDig, std::uint8_t timeoutSeconds);
 

@@ -38,12 +38,15 @@ TEST_P(Capture, SendsItsParametersInOrder) {
 TEST_P(Capture, ChecksItsArgumentsInOrderUnsent) {
     plugIn();
     const auto code = PCL_RESULT_ILLEGAL_ARGUMENT;
-    EXPECT_FAILURE(abecs_gcd_start(nullptr, 1, 33, 40, 0), code, "'pinpad' is NULL");
-    EXPECT_FAILURE(abecs_gcd_start(pinpad(), 1, 33, 40, 0), code,
-                   "Invalid value for minDig: 33 (max: 32)");
-    EXPECT_FAILURE(abecs_gcd_start(pinpad(), 1, 32, 255, 0), code,
-                   "Invalid value for maxDig: 255 (max: 32)");
-    EXPECT_FAILURE(abecs_gcd_start(pinpad(), 1, 5, 4, 0), code, "minDig (5) > maxDig (4)");
+    // A missing session is only found when the command is sent.
+    for (AbecsPinpad *session : {pinpad(), static_cast<AbecsPinpad *>(nullptr)}) {
+        EXPECT_FAILURE(abecs_gcd_start(session, 1, 33, 40, 0), code,
+                       "Invalid value for minDig: 33 (max: 32)");
+        EXPECT_FAILURE(abecs_gcd_start(session, 1, 32, 255, 0), code,
+                       "Invalid value for maxDig: 255 (max: 32)");
+        EXPECT_FAILURE(abecs_gcd_start(session, 1, 5, 4, 0), code, "minDig (5) > maxDig (4)");
+    }
+    EXPECT_FAILURE(abecs_gcd_start(nullptr, 1, 4, 5, 0), code, "'pinpad' is NULL");
     EXPECT_FAILURE(abecs_gcd_response(nullptr, nullptr, nullptr), code, "'pinpad' is NULL");
     EXPECT_FAILURE(abecs_gcd_response(pinpad(), nullptr, nullptr), code, "'out' is NULL");
     EXPECT_FAILURE(poll(), PCL_RESULT_ILLEGAL_STATE, "GCD was not sent yet");
