@@ -52,6 +52,23 @@ private:
     std::size_t m_length = 0;
 };
 
+// A key of exactly 12 characters behind its letter.
+class LetterAndKey {
+public:
+    LetterAndKey(char letter, const char *key) {
+        m_text[0] = letter;
+        std::memcpy(m_text.data() + 1, key, KEY_LENGTH);
+    }
+    LetterAndKey(const LetterAndKey &) = delete;
+    LetterAndKey &operator=(const LetterAndKey &) = delete;
+    ~LetterAndKey() { pcl_wipe(m_text.data(), m_text.size()); }
+
+    const char *text() const { return m_text.data(); }
+
+private:
+    std::array<char, 1 + KEY_LENGTH + 1> m_text{};
+};
+
 struct Response {
     std::array<char, STATUS_LENGTH + 1> status{};
     ResultText result;
@@ -110,10 +127,10 @@ void putBlock(AbecsPacket *packet, std::uint16_t block) {
     abecsFieldPutNumber(packet, block, BLOCK_DIGITS);
 }
 
-// Unlike the key of MF02, these are plain text.
+// Unlike the key of MF02, this is plain text, and one with its letter.
 void putKey(AbecsPacket *packet, char type, const char *key) {
-    abecs_ext_put_char(packet, type);
-    abecs_ext_put_text(packet, key);
+    const LetterAndKey text(type, key);
+    abecs_ext_put_text(packet, text.text());
 }
 
 // Some terminals answer these commands with the digits' values instead of the digits.

@@ -433,18 +433,19 @@ TEST_F(Mifare, IsRefusedWhileACommandIsPending) {
 
 TEST_F(Mifare, IsNotSentWithCharactersItCannotHold) {
     const char *key = "A0A1A2\rA4A5A";
-    const char *detail = "Invalid character (0x0D) at position 6";
     expectRefused([&] { return abecs_mf_authenticate(pinpad(), 1, 'A', key, "", status()); },
-                  ILLEGAL, detail);
+                  ILLEGAL, "Invalid character (0x0D) at position 6");
     expectRefused([&] { return abecs_mf_authenticate(pinpad(), 1, 'A', KEY, "04\x1F", status()); },
                   ILLEGAL, "Invalid character (0x1F) at position 2");
+    // The other commands put the key's letter into the same text.
+    const char *detail = "Invalid character (0x0D) at position 7";
     expectRefused(
         [&] { return abecs_mf_block_config_set(pinpad(), 1, key, KEY_B, "011", status()); },
         ILLEGAL, detail);
     expectRefused([&] { return abecs_mf_key_change(pinpad(), 1, KEY, key, status()); }, ILLEGAL,
                   detail);
     const char *highKey = "A0A1A2A3A4A\x80";
-    detail = "Invalid character (0x80) at position 11";
+    detail = "Invalid character (0x80) at position 12";
     expectRefused(
         [&] { return abecs_mf_block_config_set(pinpad(), 1, KEY, highKey, "011", status()); },
         ILLEGAL, detail);
