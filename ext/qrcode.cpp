@@ -64,12 +64,12 @@ std::int32_t abecs_qr_response(AbecsPinpad *pinpad, std::uint8_t *result) {
         pcl_raise(PCL_RESULT_ILLEGAL_ARGUMENT, "'pinpad' is NULL");
         return ABECS_POLL_NO_ANSWER;
     }
-    if (result == nullptr) {
-        pcl_raise(PCL_RESULT_ILLEGAL_ARGUMENT, "'result' is NULL");
-        return ABECS_POLL_NO_ANSWER;
-    }
     return abecs_ext_run([&] {
         abecs_pinpad_require_pending(pinpad, QR01);
+        if (result == nullptr) {
+            pcl_raise(PCL_RESULT_ILLEGAL_ARGUMENT, "'result' is NULL");
+            return;
+        }
         const AbecsPacketPtr packet(abecsPacketCreate());
         abecs_ext_receive_packet(pinpad, packet.get());
         if (abecsPacketAvailable(packet.get()) != RESPONSE_LENGTH) {

@@ -19,6 +19,6 @@ void abecs_qr_start(AbecsPinpad *pinpad, std::uint64_t usTimeout, char bLineType
 
 /// Returns 0 with the result byte in `result`, or -1 when none came in time; the display stays
 /// pending then and after a failure. Raises PCL_RESULT_ILLEGAL_ARGUMENT "'pinpad' is NULL",
-/// "'result' is NULL"; PCL_RESULT_ILLEGAL_STATE "%s was not sent yet"; PCL_RESULT_PROTOCOL_ERROR
-/// "Unrecognized response", "(%s) Invalid RSP_ID: %s)".
+/// PCL_RESULT_ILLEGAL_STATE "%s was not sent yet", PCL_RESULT_ILLEGAL_ARGUMENT "'result' is NULL";
+/// PCL_RESULT_PROTOCOL_ERROR "Unrecognized response", "(%s) Invalid RSP_ID: %s)".
 std::int32_t abecs_qr_response(AbecsPinpad *pinpad, std::uint8_t *result);

@@ -103,8 +103,12 @@ TEST_F(QrCode, ChecksItsArgumentsInOrder) {
     refused(pinpad(), 999, '2', 20, 10000, "Invalid value for iQRCodeLen: 10000 (max: 9999)");
     EXPECT_EQ("", pending());
     expectRefused([&] { return abecs_qr_response(nullptr, nullptr); }, ILLEGAL, "'pinpad' is NULL");
+    expectRefused([&] { return abecs_qr_response(pinpad(), nullptr); }, PCL_RESULT_ILLEGAL_STATE,
+                  "QR01 was not sent yet");
+    ASSERT_NO_FAILURE(abecs_ext_set_pending(pinpad(), "QR01"));
     expectRefused([&] { return abecs_qr_response(pinpad(), nullptr); }, ILLEGAL,
                   "'result' is NULL");
+    EXPECT_EQ("QR01", pending());
 }
 
 TEST_F(QrCode, IsNotSentWithCharactersItCannotHold) {
