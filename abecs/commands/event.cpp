@@ -11,6 +11,7 @@
 #include <array>
 #include <cstdlib>
 #include <cstring>
+#include <limits>
 
 namespace {
 
@@ -57,6 +58,13 @@ bool isGiven(const AbecsParamMap *paramMap) {
         return false;
     }
     return true;
+}
+
+// What does not fit into 32 bits becomes the largest or the smallest number, which no event has.
+std::int32_t readCode(const char *text) {
+    using Limits = std::numeric_limits<std::int32_t>;
+    return static_cast<std::int32_t>(
+        std::clamp<long long>(std::strtoll(text, nullptr, 10), Limits::min(), Limits::max()));
 }
 
 const char *storedText(AbecsParamMap *paramMap, std::uint16_t id) {
@@ -119,7 +127,7 @@ std::int32_t abecsParamMapGetEvent(AbecsParamMap *paramMap) {
         return 0;
     }
     const char *text = value->data == nullptr ? "" : reinterpret_cast<const char *>(value->data);
-    const auto code = static_cast<std::int32_t>(std::strtol(text, nullptr, 10));
+    const std::int32_t code = readCode(text);
     if (std::find(EVENT_CODES.begin(), EVENT_CODES.end(), code) == EVENT_CODES.end()) {
         pcl_raise(PCL_RESULT_PROTOCOL_ERROR, "Invalid code for PP_EVENT: %d", code);
     }

@@ -5,6 +5,7 @@
 #include <array>
 #include <cstdio>
 #include <cstring>
+#include <limits>
 
 namespace {
 
@@ -117,8 +118,11 @@ TEST_P(Event, KnowsItsCodes) {
         const char *text;
         int code;
     };
+    constexpr int LARGEST = std::numeric_limits<int>::max();
+    constexpr int SMALLEST = std::numeric_limits<int>::min();
     for (const Text &bad : {Text{"01", 1}, Text{"09", 9}, Text{"12", 12}, Text{"89", 89},
-                            Text{"95", 95}, Text{"-2", -2}}) {
+                            Text{"95", 95}, Text{"-2", -2}, Text{"4294967300", LARGEST},
+                            Text{"-4294967292", SMALLEST}, Text{"18446744073709551620", LARGEST}}) {
         put(bad.text);
         EXPECT_FAILURE(abecsParamMapGetEvent(map()), PCL_RESULT_PROTOCOL_ERROR,
                        "Invalid code for PP_EVENT: " + std::to_string(bad.code));
