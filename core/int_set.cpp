@@ -25,8 +25,8 @@ void PCL_CALL release(void *item) {
     pcl_memdup_free(item);
 }
 
-PclIntSetIterator *moveTo(PclIntSetIterator *it, PclIntSet *set, const PclSetIterator &position) {
-    *it = {set, valueOf(position.item), position};
+PclIntSetIterator *moveTo(PclIntSetIterator *it, const PclSetIterator &position) {
+    *it = {position.set, valueOf(position.item)};
     return it;
 }
 
@@ -54,7 +54,7 @@ PclIntSetIterator *pcl_int_set_iterator_begin(PclIntSet *set, PclIntSetIterator 
         return nullptr;
     }
     PclSetIterator position{};
-    return pcl_set_iterator_begin(set, &position) == nullptr ? nullptr : moveTo(out, set, position);
+    return pcl_set_iterator_begin(set, &position) == nullptr ? nullptr : moveTo(out, position);
 }
 
 PclIntSetIterator *pcl_int_set_iterator_next(PclIntSetIterator *it) {
@@ -66,6 +66,6 @@ PclIntSetIterator *pcl_int_set_iterator_next(PclIntSetIterator *it) {
         pcl_raise(PCL_RESULT_ILLEGAL_ARGUMENT, "'it->intSet' is NULL");
         return nullptr;
     }
-    PclSetIterator position = it->position;
-    return pcl_set_iterator_next(&position) == nullptr ? nullptr : moveTo(it, it->intSet, position);
+    PclSetIterator position{it->intSet, &it->value, nullptr, 0};
+    return pcl_set_iterator_next(&position) == nullptr ? nullptr : moveTo(it, position);
 }

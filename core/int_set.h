@@ -6,11 +6,10 @@
 /// pcl_set_destroy, pcl_set_clear, pcl_set_count, pcl_set_capacity. Raises what those raise.
 using PclIntSet = PclSet;
 
-/// A plain value, filled by begin and next.
+/// A plain value, filled by begin and next; the iteration goes on from where the value is then.
 struct PclIntSetIterator {
     PclIntSet *intSet;
     std::int32_t value;
-    PclSetIterator position;
 };
 
 /// A new empty set, to be released with pcl_set_destroy.
@@ -29,6 +28,6 @@ std::uint8_t pcl_int_set_remove(PclIntSet *set, std::int32_t value);
 PclIntSetIterator *pcl_int_set_iterator_begin(PclIntSet *set, PclIntSetIterator *out);
 
 /// Moves the iterator to the next value and returns it; null when there is none. Raises
-/// PCL_RESULT_ILLEGAL_ARGUMENT "'it' is NULL", "'it->intSet' is NULL" and, when the value was
-/// removed, "'it->item' not present in 'it->set'".
+/// PCL_RESULT_ILLEGAL_ARGUMENT "'it' is NULL", "'it->intSet' is NULL" and, when the value is not in
+/// the set, "'it->item' not present in 'it->set'".
 PclIntSetIterator *pcl_int_set_iterator_next(PclIntSetIterator *it);

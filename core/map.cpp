@@ -58,8 +58,16 @@ void *insert(PclMap &map, std::uint32_t slot, const void *key, const void *value
 
 PclMapIterator *moveTo(PclMapIterator *it, PclMap *map, std::uint32_t slot) {
     const PclMapEntry &entry = *map->slots[slot];
-    *it = {map, entry.key, entry.value, map->keyHashFn(entry.key)};
+    *it = {map, entry.key, entry.value, entry.key, map->keyHashFn(entry.key)};
     return it;
+}
+
+std::uint32_t find(const PclMapIterator &it) {
+    if (it.key == nullptr || it.key != it.stored) {
+        return find(*it.map, it.key);
+    }
+    return pcl_slots_find(*it.map, it.hash,
+                          [&](const PclMapEntry &entry) { return entry.key == it.stored; });
 }
 
 } // namespace
@@ -186,9 +194,7 @@ PclMapIterator *pcl_map_iterator_next(PclMapIterator *it) {
         pcl_raise(PCL_RESULT_ILLEGAL_ARGUMENT, "'it->map' is NULL");
         return nullptr;
     }
-    // Found by its address: a key removed meanwhile must not be looked into.
-    const std::uint32_t current = pcl_slots_find(
-        *it->map, it->hash, [&](const PclMapEntry &entry) { return entry.key == it->key; });
+    const std::uint32_t current = find(*it);
     if (current == PCL_SLOTS_NONE) {
         pcl_raise(PCL_RESULT_ILLEGAL_ARGUMENT, "'it->key' not present in 'it->map'");
         return nullptr;

@@ -29,12 +29,16 @@ struct PclMap {
     PclMapEntry **slots; ///< null slots are empty
 };
 
-/// A plain value, filled by begin and next. Key and value stay the map's.
+/// A plain value, filled by begin and next. Key and value stay the map's. Callers may put a key of
+/// their own there: the iteration goes on from the equal one.
 struct PclMapIterator {
     PclMap *map;
     const void *key;
     void *value;
-    std::uint32_t hash; ///< of the key, so that a removed key is noticed without being looked into
+    /// The map's own key and its hash: it is found by its address, as it may have been removed and
+    /// must not be looked into then.
+    const void *stored;
+    std::uint32_t hash;
 };
 
 /// A new empty map, to be released with pcl_map_destroy. Raises PCL_RESULT_ILLEGAL_ARGUMENT

@@ -46,8 +46,16 @@ void *insert(PclSet &set, std::uint32_t slot, const void *item) {
 
 PclSetIterator *moveTo(PclSetIterator *it, PclSet *set, std::uint32_t slot) {
     const void *item = set->slots[slot]->item;
-    *it = {set, item, set->itemHashFn(item)};
+    *it = {set, item, item, set->itemHashFn(item)};
     return it;
+}
+
+std::uint32_t find(const PclSetIterator &it) {
+    if (it.item == nullptr || it.item != it.stored) {
+        return find(*it.set, it.item);
+    }
+    return pcl_slots_find(*it.set, it.hash,
+                          [&](const PclSetEntry &entry) { return entry.item == it.stored; });
 }
 
 } // namespace
@@ -168,9 +176,7 @@ PclSetIterator *pcl_set_iterator_next(PclSetIterator *it) {
         pcl_raise(PCL_RESULT_ILLEGAL_ARGUMENT, "'it->set' is NULL");
         return nullptr;
     }
-    // Found by its address: an item removed meanwhile must not be looked into.
-    const std::uint32_t current = pcl_slots_find(
-        *it->set, it->hash, [&](const PclSetEntry &entry) { return entry.item == it->item; });
+    const std::uint32_t current = find(*it);
     if (current == PCL_SLOTS_NONE) {
         pcl_raise(PCL_RESULT_ILLEGAL_ARGUMENT, "'it->item' not present in 'it->set'");
         return nullptr;

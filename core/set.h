@@ -22,12 +22,15 @@ struct PclSet {
     PclSetEntry **slots; ///< null slots are empty
 };
 
-/// A plain value, filled by begin and next. The item stays the set's.
+/// A plain value, filled by begin and next. The item stays the set's. Callers may put an item of
+/// their own there: the iteration goes on from the equal one.
 struct PclSetIterator {
     PclSet *set;
     const void *item;
-    std::uint32_t
-        hash; ///< of the item, so that a removed item is noticed without being looked into
+    /// The set's own item and its hash: it is found by its address, as it may have been removed and
+    /// must not be looked into then.
+    const void *stored;
+    std::uint32_t hash;
 };
 
 /// A new empty set, to be released with pcl_set_destroy. Raises PCL_RESULT_ILLEGAL_ARGUMENT

@@ -1,5 +1,6 @@
 #include "core/int_set.h"
 
+#include "core/owned.h"
 #include "tests/support/allocations.h"
 #include "tests/support/failures.h"
 
@@ -91,6 +92,30 @@ TEST_F(IntSet, ARemovedValueCannotBeIteratedFrom) {
     pcl_int_set_remove(set_, 1);
     EXPECT_FAILURE(pcl_int_set_iterator_next(&at), PCL_RESULT_ILLEGAL_ARGUMENT,
                    "'it->item' not present in 'it->set'");
+}
+
+TEST_F(IntSet, IterationGoesOnFromAValueThatWasPutBack) {
+    pcl_int_set_add(set_, 1);
+    pcl_int_set_add(set_, 2);
+    PclIntSetIterator at;
+    ASSERT_EQ(pcl_int_set_iterator_begin(set_, &at), &at);
+    const void *stored = set_->slots[1]->item;
+    pcl_int_set_remove(set_, 1);
+    const PclBlock<void> inItsPlace(pcl_malloc(sizeof(std::int32_t), 0));
+    pcl_int_set_add(set_, 1);
+    ASSERT_NE(set_->slots[1]->item, stored);
+    ASSERT_EQ(pcl_int_set_iterator_next(&at), &at);
+    EXPECT_EQ(at.value, 2);
+}
+
+TEST_F(IntSet, CanBeIteratedFromAnyOfItsValues) {
+    for (const std::int32_t value : {1, 2, 3}) {
+        pcl_int_set_add(set_, value);
+    }
+    PclIntSetIterator at{set_, 2};
+    ASSERT_EQ(pcl_int_set_iterator_next(&at), &at);
+    EXPECT_EQ(at.value, 3);
+    EXPECT_EQ(pcl_int_set_iterator_next(&at), nullptr);
 }
 
 TEST_F(IntSet, ArgumentsAreChecked) {

@@ -383,6 +383,37 @@ TEST_F(Map, ARemovedKeyCannotBeIteratedFrom) {
     EXPECT_EQ(handler.count(), 1U);
 }
 
+TEST_F(Map, CanBeIteratedFromAnEqualKey) {
+    useHash(&elements::sameHash);
+    put(1, 10);
+    put(2, 20);
+    put(3, 30);
+    int key = 2;
+    PclMapIterator at{};
+    at.map = map_;
+    at.key = &key;
+    ASSERT_EQ(pcl_map_iterator_next(&at), &at);
+    EXPECT_EQ(elements::valueOf(at.key), 3);
+    pcl_map_iterator_begin(map_, &at);
+    at.key = &key;
+    ASSERT_EQ(pcl_map_iterator_next(&at), &at);
+    EXPECT_EQ(elements::valueOf(at.value), 30);
+    key = 4;
+    at.key = &key;
+    EXPECT_FAILURE(pcl_map_iterator_next(&at), PCL_RESULT_ILLEGAL_ARGUMENT,
+                   "'it->key' not present in 'it->map'");
+}
+
+TEST_F(Map, CanBeIteratedFromANullKey) {
+    useHash(&elements::sameHash);
+    pcl_map_put(map_, nullptr, nullptr);
+    put(2, 20);
+    PclMapIterator at{};
+    at.map = map_;
+    ASSERT_EQ(pcl_map_iterator_next(&at), &at);
+    EXPECT_EQ(elements::valueOf(at.key), 2);
+}
+
 TEST_F(Map, AKeyHiddenByARemovalCannotBeIteratedFrom) {
     useHash(&elements::sameHash);
     put(1, 10);

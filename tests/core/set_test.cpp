@@ -228,6 +228,21 @@ TEST_F(Set, ARemovedItemCannotBeIteratedFrom) {
     EXPECT_EQ(handler.count(), 1U);
 }
 
+TEST_F(Set, CanBeIteratedFromAnEqualItem) {
+    add(1);
+    add(2);
+    const int item = 1;
+    PclSetIterator at{};
+    at.set = set_;
+    at.item = &item;
+    ASSERT_EQ(pcl_set_iterator_next(&at), &at);
+    EXPECT_EQ(elements::valueOf(at.item), 2);
+    pcl_set_iterator_begin(set_, &at);
+    at.item = &item;
+    ASSERT_EQ(pcl_set_iterator_next(&at), &at);
+    EXPECT_EQ(elements::valueOf(at.item), 2);
+}
+
 TEST_F(Set, ACountWithoutItemsIsNoticed) {
     set_->count = 1;
     PclSetIterator at;
