@@ -97,7 +97,7 @@ void abecs_line_send_frame(AbecsPinpad *pinpad, AbecsLinkFraming_e framing, bool
         writeFrame(line);
         abecs_line_observe_frame(line, ABECS_LINK_FRAME, ABECS_LINK_TO_DEVICE, plain);
         if (abecs_line_is_acknowledged(port, framing)) {
-            pinpad->disturbed.store(false);
+            abecs_pinpad_settle(pinpad);
             return;
         }
     }
@@ -132,7 +132,8 @@ void abecs_line_receive_frame(AbecsLine &line, ReadFrame readFrame) {
     pcl_raise(PCL_RESULT_TIMEOUT_ERROR, "No response in %d attempts", ABECS_MAX_ATTEMPTS);
 }
 
-/// Reads the frame of an answer. A poll that it did not come to in time disturbs nothing.
+/// Reads the frame of an answer; whoever understands it settles the session. A poll that it did not
+/// come to in time disturbs nothing.
 template <typename ReadFrame>
 void abecs_line_receive_answer(AbecsPinpad *pinpad, AbecsLine &line, ReadFrame readFrame) {
     const bool polled = abecs_pinpad_get_pending(pinpad).text[0] != '\0';

@@ -161,7 +161,6 @@ AbecsPacket *abecs_link_receive_response(AbecsPinpad *pinpad, AbecsPacket *out) 
             return crcMatches(attempt, out);
         });
         finishFrame(pinpad, line, out);
-        pinpad->disturbed.store(false);
         return out;
     });
 }
@@ -187,7 +186,7 @@ void abecs_link_abort(AbecsPinpad *pinpad) {
             answer = abecs_line_read_answer(pinpad->port, ABECS_LINK_STANDARD);
             if (answer == EOT) {
                 abecs_pinpad_clear_pending(pinpad);
-                pinpad->disturbed.store(false);
+                abecs_pinpad_settle(pinpad);
                 return;
             }
             abecs_link_drain_input(pinpad->port);

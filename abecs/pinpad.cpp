@@ -79,6 +79,12 @@ std::uint64_t abecs_pinpad_get_min_interval(AbecsPinpad *pinpad) {
     return isGiven(pinpad) ? pinpad->minInterval : 0;
 }
 
+void abecs_pinpad_settle(AbecsPinpad *pinpad) {
+    if (isGiven(pinpad)) {
+        pinpad->disturbed.store(false);
+    }
+}
+
 bool abecs_pinpad_check_not_blocked(AbecsPinpad *pinpad) {
     if (!isGiven(pinpad)) {
         return false;

@@ -29,7 +29,8 @@ struct AbecsPinpad {
     std::uint8_t secure = 0;
     /// The four characters of the pending identifier, first one in the low byte.
     std::atomic<std::uint32_t> pendingCmdId{0};
-    /// Whether the last exchange ended in a failure: what lies on the line then came late.
+    /// Whether the last exchange ended in a failure: what lies on the line then came late. True
+    /// while one is under way.
     std::atomic<bool> disturbed{false};
     std::uint64_t minInterval = 0;
     std::uint64_t lastCommandTime = 0;
@@ -49,6 +50,10 @@ void abecs_pinpad_set_session_key(AbecsPinpad *pinpad, const std::uint8_t *key);
 /// 0, the initial value, disables it.
 void abecs_pinpad_set_min_interval(AbecsPinpad *pinpad, std::uint64_t milliseconds);
 std::uint64_t abecs_pinpad_get_min_interval(AbecsPinpad *pinpad);
+
+/// Tells that the exchange under way has come to a good end: a command acknowledged, an answer
+/// understood, an abort answered.
+void abecs_pinpad_settle(AbecsPinpad *pinpad);
 
 /// Raises PCL_RESULT_ILLEGAL_STATE "Connection is blocked waiting for %s response" while a command
 /// is pending. Returns true when none is.

@@ -109,7 +109,6 @@ AbecsPacket *abecs_ext_receive_packet(AbecsPinpad *pinpad, AbecsPacket *out) {
         abecs_line_receive_answer(pinpad, line,
                                   [&](AbecsLine &attempt) { return readFrame(attempt, out); });
         abecs_line_observe_frame(line, ABECS_LINK_FRAME, ABECS_LINK_FROM_DEVICE, out);
-        pinpad->disturbed.store(false);
         return out;
     });
 }

@@ -164,6 +164,7 @@ std::int32_t exchange(AbecsPinpad *pinpad, const char *cmdId, PutFields putField
         }
         Response response;
         readResponse(packet.get(), cmdId, response);
+        abecs_pinpad_settle(pinpad);
         take(response);
     });
 }

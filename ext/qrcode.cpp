@@ -79,5 +79,6 @@ std::int32_t abecs_qr_response(AbecsPinpad *pinpad, std::uint8_t *result) {
         abecs_ext_require_rsp_id(packet.get(), QR01, "(%s) Invalid RSP_ID: %s)");
         *result = abecsPacketReadByte(packet.get());
         abecs_ext_clear_pending(pinpad);
+        abecs_pinpad_settle(pinpad);
     });
 }

@@ -35,6 +35,7 @@ std::int32_t abecs_survey_poll(AbecsPinpad *pinpad, const char *cResp, const cha
         abecs_ext_require_rsp_id(packet.get(), cmdId, "(%s) Invalid RSP_ID: %s)");
         take(packet.get());
         abecs_ext_clear_pending(pinpad);
+        abecs_pinpad_settle(pinpad);
     });
 }
 

@@ -42,6 +42,7 @@ std::int32_t readAnswer(AbecsPinpad *pinpad, char *out, char *notification) {
     const AbecsRspStat_e status = abecsParserGetRspStat(parser.get());
     if (status == ABECS_RSP_STAT_ST_NOTIFICATION) {
         abecsParserGetNotification(parser.get(), notification);
+        abecs_pinpad_settle(pinpad);
         return status;
     }
     abecsParserRequireRspId(parser.get(), GCD);
@@ -49,6 +50,7 @@ std::int32_t readAnswer(AbecsPinpad *pinpad, char *out, char *notification) {
         copyTypedText(parser.get(), out);
     }
     abecs_pinpad_clear_pending(pinpad);
+    abecs_pinpad_settle(pinpad);
     return status;
 }
 

@@ -2,8 +2,8 @@
 
 #include "abecs/commands/command_params.h"
 #include "abecs/commands/media_name.h"
-#include "abecs/response_header.h"
 #include "abecs/link.h"
+#include "abecs/response_header.h"
 #include "abecs/response_parser.h"
 #include "abecs/rsp_datid.h"
 #include "core/exception.h"

@@ -51,6 +51,7 @@ TEST_F(LateInput, IsTheVerdictAndTheAnswerAfterAGoodExchange) {
     put(bytes("DEX003000"));
     EXPECT_NO_FAILURE(abecs_link_exchange(pinpad(), packet()));
     EXPECT_EQ(bytes("DEX000"), content());
+    abecs_pinpad_settle(pinpad());
     m_peer.finish();
     expectTakenForTheAnswer();
 }
@@ -74,6 +75,16 @@ TEST_F(LateInput, IsDiscardedAfterAnAnswerThatDoesNotBegin) {
     put(bytes("DEX003000"));
     EXPECT_FAILURE(abecs_link_exchange(pinpad(), packet()), PCL_RESULT_PROTOCOL_ERROR,
                    "Protocol error (expected SYN, read 0x78)");
+    expectDiscarded();
+}
+
+TEST_F(LateInput, IsDiscardedAfterAnAnswerThatIsNotUnderstood) {
+    m_peer.play([](Peer &line) {
+        line.expect(COMMAND);
+        line.write(ACK + ANSWER);
+    });
+    put(bytes("DEX003000"));
+    EXPECT_NO_FAILURE(abecs_link_exchange(pinpad(), packet()));
     expectDiscarded();
 }
 

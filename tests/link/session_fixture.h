@@ -134,6 +134,7 @@ protected:
         put(bytes("DEX003000"));
         EXPECT_NO_FAILURE(abecs_link_exchange(pinpad(), packet()));
         EXPECT_EQ(bytes("DEX000"), content());
+        abecs_pinpad_settle(pinpad());
         m_peer.finish();
     }
 
