@@ -13,6 +13,7 @@ struct AbecsResponseParser {
     AbecsRspStat_e status;
     std::uint16_t block1Left;
     std::uint16_t block2Left;
+    bool idle;
     AbecsResponseParser *nextIdle;
 };
 
@@ -127,8 +128,12 @@ void abecsParserDestroy(AbecsResponseParser **parser) {
     if (parser == nullptr || *parser == nullptr) {
         return;
     }
-    retire(*parser, *parser);
+    AbecsResponseParser *ended = *parser;
     *parser = nullptr;
+    if (!ended->idle) {
+        ended->idle = true;
+        retire(ended, ended);
+    }
 }
 
 void abecsParserParse(AbecsResponseParser *parser, AbecsPacket *responsePacket) {

@@ -20,7 +20,8 @@ inline constexpr std::size_t ABECS_NOTIFICATION_SIZE = 33;
 AbecsResponseParser *abecsParserCreate();
 
 /// Clears the caller's variable. The parser itself lives until the process ends; it is handed out
-/// again by a later abecsParserCreate, so that commands do not gather memory.
+/// again by a later abecsParserCreate, so that commands do not gather memory. Until then,
+/// destroying it again through another variable does nothing more.
 void abecsParserDestroy(AbecsResponseParser **parser);
 
 using AbecsResponseParserPtr = PclOwned<AbecsResponseParser, abecsParserDestroy>;

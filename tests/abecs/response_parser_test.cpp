@@ -237,6 +237,25 @@ TEST_F(Parser, OutlivesItsDestructionAndComesBackBlank) {
     EXPECT_NO_FAILURE(abecsParserDestroy(nullptr));
 }
 
+TEST_F(Parser, MayBeDestroyedAgainThroughAnotherVariable) {
+    AbecsResponseParser *one = abecsParserCreate();
+    AbecsResponseParser *another = abecsParserCreate();
+    AbecsResponseParser *stale = one;
+    abecsParserDestroy(&one);
+    abecsParserDestroy(&stale);
+    EXPECT_EQ(nullptr, stale);
+    stale = another;
+    abecsParserDestroy(&another);
+    abecsParserDestroy(&stale);
+    std::set<AbecsResponseParser *> different;
+    std::vector<AbecsResponseParserPtr> parsers;
+    for (int i = 0; i < 3; ++i) {
+        parsers.emplace_back(abecsParserCreate());
+        different.insert(parsers.back().get());
+    }
+    EXPECT_EQ(3U, different.size());
+}
+
 TEST_F(Parser, EachIdleOneIsHandedOutOnce) {
     constexpr std::size_t COUNT = 4;
     std::vector<AbecsResponseParserPtr> parsers;
