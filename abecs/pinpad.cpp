@@ -142,9 +142,7 @@ void abecs_pinpad_pace(AbecsPinpad *pinpad) {
     if (!isGiven(pinpad) || pinpad->minInterval == 0) {
         return;
     }
-    const std::uint64_t now = pcl_time_millis();
-    // A wall clock that was set back counts as no time passed.
-    const std::uint64_t elapsed = now > pinpad->lastCommandTime ? now - pinpad->lastCommandTime : 0;
+    const std::uint64_t elapsed = pcl_monotonic_millis() - pinpad->lastCommandTime;
     if (elapsed < pinpad->minInterval) {
         pcl_sleep_millis(pinpad->minInterval - elapsed);
     }
@@ -152,6 +150,6 @@ void abecs_pinpad_pace(AbecsPinpad *pinpad) {
 
 void abecs_pinpad_mark_command_time(AbecsPinpad *pinpad) {
     if (isGiven(pinpad)) {
-        pinpad->lastCommandTime = pcl_time_millis();
+        pinpad->lastCommandTime = pcl_monotonic_millis();
     }
 }

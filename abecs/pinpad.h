@@ -33,7 +33,7 @@ struct AbecsPinpad {
     /// while one is under way.
     std::atomic<bool> disturbed{false};
     std::uint64_t minInterval = 0;
-    std::uint64_t lastCommandTime = 0;
+    std::uint64_t lastCommandTime = 0; ///< of pcl_monotonic_millis
 };
 
 /// Purges and closes the port, wipes the key, frees the session and clears the caller's variable. A

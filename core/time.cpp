@@ -9,12 +9,24 @@
 #include <ctime>
 #endif
 
-std::uint64_t pcl_time_millis() {
+namespace {
+
+template <typename Clock>
+std::uint64_t millisOf() {
     using std::chrono::duration_cast;
     using std::chrono::milliseconds;
-    using std::chrono::system_clock;
     return static_cast<std::uint64_t>(
-        duration_cast<milliseconds>(system_clock::now().time_since_epoch()).count());
+        duration_cast<milliseconds>(Clock::now().time_since_epoch()).count());
+}
+
+} // namespace
+
+std::uint64_t pcl_time_millis() {
+    return millisOf<std::chrono::system_clock>();
+}
+
+std::uint64_t pcl_monotonic_millis() {
+    return millisOf<std::chrono::steady_clock>();
 }
 
 #if defined(_WIN32)

@@ -1,5 +1,7 @@
 #include "core/time.h"
 
+#include "tests/support/wall_clock.h"
+
 #include <gtest/gtest.h>
 
 #include <chrono>
@@ -60,6 +62,20 @@ TEST(Time, Advances) {
     const std::uint64_t before = pcl_time_millis();
     pcl_sleep_millis(30);
     EXPECT_GE(pcl_time_millis() - before, 29U);
+}
+
+TEST(Time, TheMonotonicClockAdvances) {
+    const std::uint64_t before = pcl_monotonic_millis();
+    pcl_sleep_millis(30);
+    EXPECT_GE(pcl_monotonic_millis() - before, 29U);
+}
+
+TEST(Time, OnlyTheClockOfTheDayCanBeSet) {
+    const std::uint64_t day = pcl_time_millis();
+    const std::uint64_t monotonic = pcl_monotonic_millis();
+    const WallClockSet set(-std::chrono::hours(1));
+    EXPECT_LT(pcl_time_millis(), day);
+    EXPECT_GE(pcl_monotonic_millis(), monotonic);
 }
 
 TEST(Sleep, LastsTheWholeTime) {
