@@ -179,14 +179,14 @@ void abecs_link_abort(AbecsPinpad *pinpad) {
     }
     pcl_guarded([&] {
         std::uint8_t answer = 0;
-        pinpad->disturbed.store(true);
+        const bool before = pinpad->disturbed.exchange(true);
         for (int attempt = 0; attempt < ABECS_MAX_ATTEMPTS; ++attempt) {
             pcl_serial_set_timeout(pinpad->port, ABECS_BYTE_WAIT);
             abecs_line_write_control(pinpad->port, ABECS_LINK_STANDARD, CAN);
             answer = abecs_line_read_answer(pinpad->port, ABECS_LINK_STANDARD);
             if (answer == EOT) {
                 abecs_pinpad_clear_pending(pinpad);
-                abecs_pinpad_settle(pinpad);
+                pinpad->disturbed.store(before);
                 return;
             }
             abecs_link_drain_input(pinpad->port);

@@ -27,8 +27,9 @@ void abecs_secure_send(AbecsPinpad *pinpad, AbecsPacket *packet);
 void abecs_link_send_frame(AbecsPinpad *pinpad, AbecsPacket *packet, AbecsPacket *encrypted);
 
 /// Reads one response into `out` ("'out' is NULL"), decrypted when it came encrypted, and returns
-/// it; the caller settles the session (abecs_pinpad_settle) once it has understood it. Waits 2 s for its first byte while a command is pending, else 10 s. A damaged frame is asked
-/// for again, at most 3 times in all.
+/// it; the caller settles the session (abecs_pinpad_settle) once it has understood it. Waits 2 s
+/// for its first byte while a command is pending, else 10 s. A damaged frame is asked for again, at
+/// most 3 times in all.
 ///
 /// Raises PCL_RESULT_TIMEOUT_ERROR "Timeout waiting for data" (no response at all) and
 /// "No response in %d attempts"; PCL_RESULT_PROTOCOL_ERROR

@@ -126,8 +126,7 @@ AbecsRspStat_e abecs_open_plain(AbecsPinpad *pinpad) {
         const AbecsPacketPtr packet(abecsPacketCreate());
         abecsFieldPutAlpha(packet.get(), OPN, 3, 0);
         abecs_link_exchange(pinpad, packet.get());
-        const AbecsRspStat_e status =
-            abecs_read_response_header(packet.get(), OPN, INVALID_ID);
+        const AbecsRspStat_e status = abecs_read_response_header(packet.get(), OPN, INVALID_ID);
         abecs_pinpad_settle(pinpad);
         return status;
     });

@@ -52,7 +52,7 @@ void abecs_pinpad_set_min_interval(AbecsPinpad *pinpad, std::uint64_t millisecon
 std::uint64_t abecs_pinpad_get_min_interval(AbecsPinpad *pinpad);
 
 /// Tells that the exchange under way has come to a good end: a command acknowledged, an answer
-/// understood, an abort answered.
+/// understood.
 void abecs_pinpad_settle(AbecsPinpad *pinpad);
 
 /// Raises PCL_RESULT_ILLEGAL_STATE "Connection is blocked waiting for %s response" while a command

@@ -1,13 +1,12 @@
 #include "abecs/commands/capture.h"
 
-#include "abecs/cmd_builder.h"
 #include "abecs/commands/command_params.h"
+#include "abecs/commands/param_command.h"
 #include "abecs/commands/polling.h"
 #include "abecs/link.h"
 #include "abecs/response_parser.h"
 #include "abecs/rsp_datid.h"
 #include "core/exception.h"
-#include "core/guard.h"
 
 #include <cstring>
 
@@ -70,19 +69,13 @@ void abecs_gcd_start(AbecsPinpad *pinpad, std::uint16_t promptId, std::uint8_t m
         pcl_raise(PCL_RESULT_ILLEGAL_ARGUMENT, "minDig (%d) > maxDig (%d)", minDig, maxDig);
         return;
     }
-    pcl_guarded([&] {
-        const AbecsCmdBuilderPtr builder(abecs_cmd_builder_create());
-        abecs_cmd_builder_set_cmd_id(builder.get(), GCD);
-        abecs_add_binary_param(builder.get(), PARAM_PROMPT, promptId, 2);
-        abecs_add_binary_param(builder.get(), PARAM_MIN_DIGITS, minDig, 1);
-        abecs_add_binary_param(builder.get(), PARAM_MAX_DIGITS, maxDig, 1);
+    abecs_start_command(pinpad, GCD, [&](AbecsCmdBuilder *builder) {
+        abecs_add_binary_param(builder, PARAM_PROMPT, promptId, 2);
+        abecs_add_binary_param(builder, PARAM_MIN_DIGITS, minDig, 1);
+        abecs_add_binary_param(builder, PARAM_MAX_DIGITS, maxDig, 1);
         if (timeoutSeconds != 0) {
-            abecs_add_binary_param(builder.get(), PARAM_TIMEOUT, timeoutSeconds, 1);
+            abecs_add_binary_param(builder, PARAM_TIMEOUT, timeoutSeconds, 1);
         }
-        const AbecsPacketPtr packet(abecsPacketCreate());
-        abecs_cmd_builder_build(builder.get(), packet.get());
-        abecs_link_send_command(pinpad, packet.get());
-        abecs_pinpad_set_pending(pinpad, GCD);
     });
 }
 

@@ -1,11 +1,9 @@
 #include "abecs/commands/close.h"
 
-#include "abecs/cmd_builder.h"
 #include "abecs/commands/command_params.h"
 #include "abecs/commands/media_name.h"
-#include "abecs/link.h"
-#include "abecs/response_header.h"
-#include "abecs/response_parser.h"
+#include "abecs/commands/param_command.h"
+#include "abecs/commands/response.h"
 #include "core/exception.h"
 #include "core/guard.h"
 
@@ -37,8 +35,7 @@ AbecsRspStat_e abecs_clo(AbecsPinpad *pinpad, const char *msg) {
         abecsFieldPutAlpha(packet.get(), "CLO", 3, 0);
         abecsFieldPutNumber(packet.get(), CLO_MESSAGE_SIZE, 3);
         abecsFieldPutAlphaExt(packet.get(), text, CLO_MESSAGE_SIZE, 0);
-        abecs_link_exchange(pinpad, packet.get());
-        return abecs_read_response_header(packet.get(), "CLO");
+        return abecs_exchange_packet(pinpad, packet.get(), "CLO");
     });
 }
 
@@ -57,23 +54,15 @@ AbecsRspStat_e abecs_clx(AbecsPinpad *pinpad, const char *dspMsg, const char *mf
                   std::strlen(mfName));
         return ABECS_RSP_STAT_ST_INTERR;
     }
-    return pcl_guarded(ABECS_RSP_STAT_ST_INTERR, [&] {
-        const AbecsCmdBuilderPtr builder(abecs_cmd_builder_create());
-        abecs_cmd_builder_set_cmd_id(builder.get(), "CLX");
+    const auto addParams = [&](AbecsCmdBuilder *builder) {
         if (isPresent(mfName)) {
-            abecs_add_alpha_ext_param(builder.get(), ABECS_PARAM_MEDIA_NAME, mfName,
+            abecs_add_alpha_ext_param(builder, ABECS_PARAM_MEDIA_NAME, mfName,
                                       ABECS_MEDIA_NAME_SIZE, 0);
         }
         if (isPresent(dspMsg)) {
-            abecs_add_alpha_ext_param(builder.get(), PARAM_DISPLAY_MESSAGE, dspMsg,
-                                      std::strlen(dspMsg), 1);
+            abecs_add_alpha_ext_param(builder, PARAM_DISPLAY_MESSAGE, dspMsg, std::strlen(dspMsg),
+                                      1);
         }
-        const AbecsPacketPtr packet(abecsPacketCreate());
-        abecs_cmd_builder_build(builder.get(), packet.get());
-        abecs_link_exchange(pinpad, packet.get());
-        const AbecsResponseParserPtr parser(abecsParserCreate());
-        abecsParserParse(parser.get(), packet.get());
-        abecsParserRequireRspId(parser.get(), "CLX");
-        return abecsParserGetRspStat(parser.get());
-    });
+    };
+    return abecs_exchange_command(pinpad, "CLX", addParams, abecs_parse_response_status);
 }

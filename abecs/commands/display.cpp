@@ -2,8 +2,9 @@
 
 #include "abecs/commands/command_params.h"
 #include "abecs/commands/media_name.h"
+#include "abecs/commands/param_command.h"
+#include "abecs/commands/response.h"
 #include "abecs/link.h"
-#include "abecs/response_header.h"
 #include "abecs/response_parser.h"
 #include "abecs/rsp_datid.h"
 #include "core/exception.h"
@@ -75,8 +76,7 @@ AbecsRspStat_e abecs_dex(AbecsPinpad *pinpad, const char *msg) {
         abecsFieldPutNumber(packet.get(), length + LENGTH_DIGITS, LENGTH_DIGITS);
         abecsFieldPutNumber(packet.get(), length, LENGTH_DIGITS);
         abecsFieldPutAlphaExt(packet.get(), msg, length, 1);
-        abecs_link_exchange(pinpad, packet.get());
-        return abecs_read_response_header(packet.get(), "DEX");
+        return abecs_exchange_packet(pinpad, packet.get(), "DEX");
     });
 }
 
@@ -84,16 +84,10 @@ AbecsRspStat_e abecs_dsi(AbecsPinpad *pinpad, const char *filename) {
     if (!isGiven(pinpad, "pinpad") || !abecs_is_media_name(filename)) {
         return ABECS_RSP_STAT_ST_INTERR;
     }
-    return pcl_guarded(ABECS_RSP_STAT_ST_INTERR, [&] {
-        const AbecsCmdBuilderPtr builder(abecs_cmd_builder_create());
-        abecs_cmd_builder_set_cmd_id(builder.get(), "DSI");
-        abecs_add_alpha_param(builder.get(), ABECS_PARAM_MEDIA_NAME, filename,
-                              ABECS_MEDIA_NAME_SIZE);
-        const AbecsPacketPtr packet(abecsPacketCreate());
-        abecs_cmd_builder_build(builder.get(), packet.get());
-        abecs_link_exchange(pinpad, packet.get());
-        return abecs_read_response_header(packet.get(), "DSI");
-    });
+    const auto addName = [&](AbecsCmdBuilder *builder) {
+        abecs_add_alpha_param(builder, ABECS_PARAM_MEDIA_NAME, filename, ABECS_MEDIA_NAME_SIZE);
+    };
+    return abecs_exchange_command(pinpad, "DSI", addName);
 }
 
 AbecsRspStat_e abecs_dmf(AbecsPinpad *pinpad, const PclList *files) {
@@ -107,22 +101,14 @@ AbecsRspStat_e abecs_dmf(AbecsPinpad *pinpad, const PclList *files) {
     if (!areNamesShortEnough(files)) {
         return ABECS_RSP_STAT_ST_INTERR;
     }
-    return pcl_guarded(ABECS_RSP_STAT_ST_INTERR, [&] {
-        const AbecsCmdBuilderPtr builder(abecs_cmd_builder_create());
-        abecs_cmd_builder_set_cmd_id(builder.get(), "DMF");
+    const auto addNames = [&](AbecsCmdBuilder *builder) {
         for (const PclListNode *node = pcl_list_first(files); node != nullptr;
              node = pcl_list_node_next(node)) {
-            abecs_add_alpha_ext_param(builder.get(), ABECS_PARAM_MEDIA_NAME, nameAt(node),
+            abecs_add_alpha_ext_param(builder, ABECS_PARAM_MEDIA_NAME, nameAt(node),
                                       ABECS_MEDIA_NAME_SIZE, 0);
         }
-        const AbecsPacketPtr packet(abecsPacketCreate());
-        abecs_cmd_builder_build(builder.get(), packet.get());
-        abecs_link_exchange(pinpad, packet.get());
-        const AbecsResponseParserPtr parser(abecsParserCreate());
-        abecsParserParse(parser.get(), packet.get());
-        abecsParserRequireRspId(parser.get(), "DMF");
-        return abecsParserGetRspStat(parser.get());
-    });
+    };
+    return abecs_exchange_command(pinpad, "DMF", addNames, abecs_parse_response_status);
 }
 
 AbecsRspStat_e abecs_lmf(AbecsPinpad *pinpad, PclList *out) {
@@ -141,6 +127,7 @@ AbecsRspStat_e abecs_lmf(AbecsPinpad *pinpad, PclList *out) {
         if (status == ABECS_RSP_STAT_ST_OK) {
             collectNames(parser.get(), out);
         }
+        abecs_pinpad_settle(pinpad);
         return status;
     });
 }

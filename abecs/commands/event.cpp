@@ -1,11 +1,11 @@
 #include "abecs/commands/event.h"
 
 #include "abecs/commands/command_params.h"
+#include "abecs/commands/param_command.h"
 #include "abecs/commands/polling.h"
 #include "abecs/link.h"
 #include "abecs/rsp_datid.h"
 #include "core/exception.h"
-#include "core/guard.h"
 
 #include <algorithm>
 #include <array>
@@ -89,20 +89,14 @@ void abecsCheckEvent(AbecsPinpad *pinpad, const char *cexOpt, const std::uint32_
         pcl_raise(PCL_RESULT_ILLEGAL_ARGUMENT, "'cexOpt' is not valid!");
         return;
     }
-    pcl_guarded([&] {
-        const AbecsCmdBuilderPtr builder(abecs_cmd_builder_create());
-        abecs_cmd_builder_set_cmd_id(builder.get(), CEX);
-        abecs_add_alpha_param(builder.get(), PARAM_OPTIONS, cexOpt, OPTIONS_LENGTH);
+    abecs_start_command(pinpad, CEX, [&](AbecsCmdBuilder *builder) {
+        abecs_add_alpha_param(builder, PARAM_OPTIONS, cexOpt, OPTIONS_LENGTH);
         if (number != nullptr) {
-            abecs_add_binary_param(builder.get(), PARAM_NUMBER, *number, 1);
+            abecs_add_binary_param(builder, PARAM_NUMBER, *number, 1);
         }
         if (pair != nullptr) {
-            addPair(builder.get(), *pair);
+            addPair(builder, *pair);
         }
-        const AbecsPacketPtr packet(abecsPacketCreate());
-        abecs_cmd_builder_build(builder.get(), packet.get());
-        abecs_link_send_command(pinpad, packet.get());
-        abecs_pinpad_set_pending(pinpad, CEX);
     });
 }
 

@@ -3,8 +3,7 @@
 #include "abecs/commands/command_params.h"
 #include "abecs/commands/media_file.h"
 #include "abecs/commands/media_name.h"
-#include "abecs/link.h"
-#include "abecs/response_header.h"
+#include "abecs/commands/param_command.h"
 #include "core/exception.h"
 #include "core/guard.h"
 #include "core/owned.h"
@@ -56,19 +55,6 @@ void addRecord(AbecsCmdBuilder *builder, const void *data, std::size_t size) {
     abecs_cmd_builder_add_param(builder, param.get());
 }
 
-template <typename AddParams>
-AbecsRspStat_e exchange(AbecsPinpad *pinpad, const char *cmdId, AddParams addParams) {
-    return pcl_guarded(ABECS_RSP_STAT_ST_INTERR, [&] {
-        const AbecsCmdBuilderPtr builder(abecs_cmd_builder_create());
-        abecs_cmd_builder_set_cmd_id(builder.get(), cmdId);
-        addParams(builder.get());
-        const AbecsPacketPtr packet(abecsPacketCreate());
-        abecs_cmd_builder_build(builder.get(), packet.get());
-        abecs_link_exchange(pinpad, packet.get());
-        return abecs_read_response_header(packet.get(), cmdId);
-    });
-}
-
 void requireOk(AbecsRspStat_e status, const char *cmdId) {
     if (status != ABECS_RSP_STAT_ST_OK) {
         pcl_raise(PCL_RESULT_IO_ERROR, "%s returned %s", cmdId, abecsRspStatName(status));
@@ -82,7 +68,7 @@ AbecsRspStat_e abecsMediaLoadInit(AbecsPinpad *pinpad, const char *filename, std
     if (!isGiven(pinpad) || !abecs_is_media_name(filename)) {
         return ABECS_RSP_STAT_ST_INTERR;
     }
-    return exchange(pinpad, "MLI", [&](AbecsCmdBuilder *builder) {
+    return abecs_exchange_command(pinpad, "MLI", [&](AbecsCmdBuilder *builder) {
         char name[ABECS_MEDIA_NAME_SIZE + 1];
         copyUpperCase(filename, name);
         abecs_add_alpha_param(builder, ABECS_PARAM_MEDIA_NAME, name, ABECS_MEDIA_NAME_SIZE);
@@ -107,15 +93,15 @@ AbecsRspStat_e abecsMediaLoadRecord(AbecsPinpad *pinpad, const void *data, std::
         pcl_raise(PCL_RESULT_ILLEGAL_ARGUMENT, "'szData' is zero");
         return ABECS_RSP_STAT_ST_INTERR;
     }
-    return exchange(pinpad, "MLR",
-                    [&](AbecsCmdBuilder *builder) { addRecord(builder, data, szData); });
+    return abecs_exchange_command(
+        pinpad, "MLR", [&](AbecsCmdBuilder *builder) { addRecord(builder, data, szData); });
 }
 
 AbecsRspStat_e abecsMediaLoadEnd(AbecsPinpad *pinpad) {
     if (!isGiven(pinpad)) {
         return ABECS_RSP_STAT_ST_INTERR;
     }
-    return exchange(pinpad, "MLE", [](AbecsCmdBuilder *) {});
+    return abecs_exchange_command(pinpad, "MLE", [](AbecsCmdBuilder *) {});
 }
 
 void abecsMediaLoad(AbecsPinpad *pinpad, const char *path, const char *filename,

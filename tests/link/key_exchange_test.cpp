@@ -70,8 +70,9 @@ protected:
         expectKeyInUse();
     }
 
-    // With a block of which the encrypted form begins with this byte, found by changing the padding.
-    // The library would not wait for as long as the search may take: the key pair is there before.
+    // With a block of which the encrypted form begins with this byte, found by changing the
+    // padding. The library would not wait for as long as the search may take: the key pair is there
+    // before.
     void expectOpensWithEncryptedBlockFrom(std::uint8_t first) {
         nextPair.reset(realGenerate(256, 65537));
         PclRsaPublicKey numbers;
