@@ -96,6 +96,9 @@ extern "C" {
  * @param code    one of the PINPAD_ERROR_ constants
  * @param message text such as "[PCL_RESULT_TIMEOUT_ERROR] Timeout waiting for data", at most 255
  *                characters; may be null; valid until the handler returns
+ * @warning The failure about a key of a MIFARE card that has not 12 characters holds the key as it
+ * was given, "Invalid size for szKey: KEY (exact: 12)", and so with szKeyA and szKeyB. A host that
+ * passes keys must not log it: leave out messages with "Invalid size for szKey".
  */
 typedef void(PINPAD_CALL *PinpadUncaughtHandler)(int32_t code, const char *message);
 
@@ -251,6 +254,10 @@ PINPAD_API int32_t PINPAD_CALL abecsGetClearDataResponse(char *out, char *notifi
  * caller's buffers. The sizes named at each function suffice for a well-behaved terminal,
  * PINPAD_MF_TEXT_SIZE for any answer whatever. These commands are never encrypted, not even on a
  * secure session.
+ *
+ * @warning A key that has not exactly 12 characters is shown in the message of the failure,
+ * "Invalid size for szKey: KEY (exact: 12)": such a message must not be logged. Without a handler
+ * it is printed to standard output.
  * @{
  */
 
@@ -265,7 +272,7 @@ PINPAD_API int32_t PINPAD_CALL taviskMF_Activate(char *szSerialNumber, char *pbS
  * @brief Authenticates a block with one of its sector's keys (MF02).
  * @param usBlockAddress block, 0..9999
  * @param cType          'A' or 'B'
- * @param szKey          the key, exactly 12 characters
+ * @param szKey          the key, exactly 12 characters; another length shows it in the failure
  * @param szSerialNumber the serial number from taviskMF_Activate()
  * @param pbStatus       receives the status, 3 bytes
  */
@@ -315,8 +322,9 @@ PINPAD_API int32_t PINPAD_CALL taviskMF_BlockConfigGet(uint16_t usBlockAddress, 
 /**
  * @brief Sets the configuration of a block (MF05).
  * @param usBlockAddress block, 0..9999
- * @param szKeyA         key A of the sector, exactly 12 characters
- * @param szKeyB         key B of the sector, exactly 12 characters
+ * @param szKeyA         key A of the sector, exactly 12 characters; another length shows it in the
+ *                       failure
+ * @param szKeyB         key B of the sector, likewise
  * @param pbConfigFlags  exactly three characters '0' or '1'
  * @param pbStatus       receives the status, 3 bytes
  */
@@ -327,8 +335,8 @@ PINPAD_API int32_t PINPAD_CALL taviskMF_BlockConfigSet(uint16_t usBlockAddress, 
 /**
  * @brief Changes both keys of a sector (MF06).
  * @param usBlockAddress block, 0..9999
- * @param szKeyA         new key A, exactly 12 characters
- * @param szKeyB         new key B, exactly 12 characters
+ * @param szKeyA         new key A, exactly 12 characters; another length shows it in the failure
+ * @param szKeyB         new key B, likewise
  * @param pbStatus       receives the status, 3 bytes
  */
 PINPAD_API int32_t PINPAD_CALL taviskMF_KeyChange(uint16_t usBlockAddress, const char *szKeyA,
