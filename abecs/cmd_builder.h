@@ -19,6 +19,8 @@ AbecsCmdBuilder *abecs_cmd_builder_create();
 void abecs_cmd_builder_destroy(AbecsCmdBuilder **builder);
 
 using AbecsCmdBuilderPtr = PclOwned<AbecsCmdBuilder, abecs_cmd_builder_destroy>;
+using AbecsCmdBuilderLocal =
+    PclLocal<AbecsCmdBuilder, abecs_cmd_builder_create, abecs_cmd_builder_destroy>;
 
 /// Drops identifier and parameters.
 void abecs_cmd_builder_reset(AbecsCmdBuilder *builder);

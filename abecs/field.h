@@ -1,6 +1,7 @@
 #pragma once
 
 #include "core/buffer.h"
+#include "core/owned.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -23,6 +24,9 @@ public:
     AbecsField(PclBuffer *buffer);
     AbecsField(AbecsPacket *packet);
     AbecsField(AbecsParam *param);
+
+    template <typename T, T *(*Create)(), void (*Destroy)(T **)>
+    AbecsField(const PclLocal<T, Create, Destroy> &local) : AbecsField(static_cast<T *>(local)) {}
 
     PclBuffer *buffer() const { return m_buffer; }
 

@@ -125,9 +125,9 @@ void abecs_link_send_command(AbecsPinpad *pinpad, AbecsPacket *packet) {
 
 void abecs_secure_send(AbecsPinpad *pinpad, AbecsPacket *packet) {
     pcl_guarded([&] {
-        const AbecsPacketPtr encrypted(abecsPacketCreate());
-        abecs_secure_wrap(pinpad, packet, encrypted.get());
-        abecs_link_send_frame(pinpad, packet, encrypted.get());
+        const AbecsPacketLocal encrypted;
+        abecs_secure_wrap(pinpad, packet, encrypted);
+        abecs_link_send_frame(pinpad, packet, encrypted);
     });
 }
 

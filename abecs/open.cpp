@@ -123,10 +123,10 @@ AbecsRspStat_e abecs_open(AbecsPinpad *pinpad, std::uint8_t secureFlag) {
 
 AbecsRspStat_e abecs_open_plain(AbecsPinpad *pinpad) {
     return pcl_guarded(ABECS_RSP_STAT_ST_INTERR, [&] {
-        const AbecsPacketPtr packet(abecsPacketCreate());
-        abecsFieldPutAlpha(packet.get(), OPN, 3, 0);
-        abecs_link_exchange(pinpad, packet.get());
-        const AbecsRspStat_e status = abecs_read_response_header(packet.get(), OPN, INVALID_ID);
+        const AbecsPacketLocal packet;
+        abecsFieldPutAlpha(packet, OPN, 3, 0);
+        abecs_link_exchange(pinpad, packet);
+        const AbecsRspStat_e status = abecs_read_response_header(packet, OPN, INVALID_ID);
         abecs_pinpad_settle(pinpad);
         return status;
     });
@@ -137,14 +137,14 @@ AbecsRspStat_e abecs_open_secure(AbecsPinpad *pinpad, std::uint8_t *keyInstalled
         const RsaKeyPtr keyPair(pcl_rsa_key_generate(RSA_SIZE, RSA_EXPONENT));
         PclRsaPublicKey publicKey{};
         pcl_rsa_export_public(keyPair.get(), &publicKey);
-        const AbecsPacketPtr packet(abecsPacketCreate());
-        putSecureOpen(packet.get(), publicKey);
-        abecs_link_exchange(pinpad, packet.get());
-        const AbecsRspStat_e status = abecs_read_response_header(packet.get(), OPN, INVALID_ID);
-        if (abecsPacketAvailable(packet.get()) > 0) {
-            requireLength(packet.get(), "(%s) Invalid RSP_LEN1: %d", OPN_RSP_LEN1);
-            requireLength(packet.get(), "(%s) Invalid OPN_CRKSLEN: %d", OPN_CRKSLEN);
-            installSessionKey(pinpad, packet.get(), keyPair.get());
+        const AbecsPacketLocal packet;
+        putSecureOpen(packet, publicKey);
+        abecs_link_exchange(pinpad, packet);
+        const AbecsRspStat_e status = abecs_read_response_header(packet, OPN, INVALID_ID);
+        if (abecsPacketAvailable(packet) > 0) {
+            requireLength(packet, "(%s) Invalid RSP_LEN1: %d", OPN_RSP_LEN1);
+            requireLength(packet, "(%s) Invalid OPN_CRKSLEN: %d", OPN_CRKSLEN);
+            installSessionKey(pinpad, packet, keyPair.get());
             *keyInstalled = 1;
         }
         abecs_pinpad_settle(pinpad);

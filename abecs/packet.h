@@ -23,6 +23,7 @@ AbecsPacket *abecsPacketCreate();
 void abecsPacketDestroy(AbecsPacket **packet);
 
 using AbecsPacketPtr = PclOwned<AbecsPacket, abecsPacketDestroy>;
+using AbecsPacketLocal = PclLocal<AbecsPacket, abecsPacketCreate, abecsPacketDestroy>;
 
 void abecsPacketClear(AbecsPacket *packet);
 

@@ -18,6 +18,7 @@ AbecsParam *abecsParamCreate();
 void abecsParamDestroy(AbecsParam **param);
 
 using AbecsParamPtr = PclOwned<AbecsParam, abecsParamDestroy>;
+using AbecsParamLocal = PclLocal<AbecsParam, abecsParamCreate, abecsParamDestroy>;
 
 std::uint16_t abecsParamGetId(AbecsParam *param);
 void abecsParamSetId(AbecsParam *param, std::uint16_t id);

@@ -138,9 +138,9 @@ AbecsParamMapIterator *abecsParamMapNext(AbecsParamMapIterator *it) {
 
 void abecsParamMapCollect(AbecsParamMap *map, AbecsResponseParser *parser) {
     pcl_guarded([&] {
-        const AbecsParamPtr param(abecsParamCreate());
-        while (abecsParserNextParam(parser, param.get()) != nullptr) {
-            putCopy(map, param.get());
+        const AbecsParamLocal param;
+        while (abecsParserNextParam(parser, param) != nullptr) {
+            putCopy(map, param);
         }
     });
 }

@@ -25,6 +25,8 @@ AbecsResponseParser *abecsParserCreate();
 void abecsParserDestroy(AbecsResponseParser **parser);
 
 using AbecsResponseParserPtr = PclOwned<AbecsResponseParser, abecsParserDestroy>;
+using AbecsResponseParserLocal =
+    PclLocal<AbecsResponseParser, abecsParserCreate, abecsParserDestroy>;
 
 /// Parses the body and leaves the packet, which must outlive the parser's use, at its first
 /// parameter.

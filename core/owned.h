@@ -18,6 +18,23 @@ struct PclDestroyer {
 template <typename T, void (*Destroy)(T **)>
 using PclOwned = std::unique_ptr<T, PclDestroyer<T, Destroy>>;
 
+/// A handle that lives in a function body: made with the body, released at its end. It stands for
+/// the handle wherever one is asked for. To be used with a frame open, where a handle that cannot
+/// be made ends the body.
+template <typename T, T *(*Create)(), void (*Destroy)(T **)>
+class PclLocal {
+public:
+    PclLocal() : m_handle(Create()) {}
+    ~PclLocal() { PclDestroyer<T, Destroy>()(m_handle); }
+    PclLocal(const PclLocal &) = delete;
+    PclLocal &operator=(const PclLocal &) = delete;
+
+    operator T *() const { return m_handle; }
+
+private:
+    T *m_handle;
+};
+
 struct PclBlockFree {
     void operator()(void *block) const { pcl_free(block); }
 };

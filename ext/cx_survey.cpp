@@ -63,17 +63,17 @@ void abecs_cx_survey_start(AbecsPinpad *pinpad, char bSurveyType, char bMsgType,
         return;
     }
     pcl_guarded([&] {
-        const AbecsPacketPtr packet(abecsPacketCreate());
-        abecs_ext_put_text(packet.get(), EX10);
-        abecs_ext_put_char(packet.get(), bSurveyType);
-        abecs_ext_put_char(packet.get(), bMsgType);
-        abecs_ext_put_char(packet.get(), bScoreType);
-        abecs_ext_put_raw_text(packet.get(), sTimeOut);
-        abecs_ext_put_raw_text(packet.get(), sTOutIdle);
+        const AbecsPacketLocal packet;
+        abecs_ext_put_text(packet, EX10);
+        abecs_ext_put_char(packet, bSurveyType);
+        abecs_ext_put_char(packet, bMsgType);
+        abecs_ext_put_char(packet, bScoreType);
+        abecs_ext_put_raw_text(packet, sTimeOut);
+        abecs_ext_put_raw_text(packet, sTOutIdle);
         for (const char *message : sMsgData) {
-            abecs_ext_put_raw_text(packet.get(), message);
+            abecs_ext_put_raw_text(packet, message);
         }
-        abecs_ext_send_packet(pinpad, packet.get());
+        abecs_ext_send_packet(pinpad, packet);
         abecs_ext_set_pending(pinpad, EX10);
     });
 }

@@ -154,16 +154,16 @@ template <typename PutFields, typename IsLength, typename Take>
 std::int32_t exchange(AbecsPinpad *pinpad, const char *cmdId, PutFields putFields,
                       IsLength isLength, Take take) {
     return abecs_ext_run([&] {
-        const AbecsPacketPtr packet(abecsPacketCreate());
-        abecs_ext_put_text(packet.get(), cmdId);
-        putFields(packet.get());
-        abecs_ext_exchange(pinpad, packet.get());
-        if (!isLength(abecsPacketAvailable(packet.get()))) {
+        const AbecsPacketLocal packet;
+        abecs_ext_put_text(packet, cmdId);
+        putFields(packet);
+        abecs_ext_exchange(pinpad, packet);
+        if (!isLength(abecsPacketAvailable(packet))) {
             abecs_ext_raise_unrecognized();
             return;
         }
         Response response;
-        readResponse(packet.get(), cmdId, response);
+        readResponse(packet, cmdId, response);
         abecs_pinpad_settle(pinpad);
         take(response);
     });

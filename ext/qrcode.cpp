@@ -46,15 +46,15 @@ void abecs_qr_start(AbecsPinpad *pinpad, std::uint64_t usTimeout, char bLineType
         return;
     }
     pcl_guarded([&] {
-        const AbecsPacketPtr packet(abecsPacketCreate());
-        abecs_ext_put_text(packet.get(), QR01);
-        abecsFieldPutNumber(packet.get(), usTimeout, 3);
-        abecs_ext_put_char(packet.get(), bLineType);
-        abecsFieldPutNumber(packet.get(), iLineLen, 2);
-        abecsFieldPutNumber(packet.get(), iQRCodeLen, 4);
-        abecs_ext_put_raw_text(packet.get(), orEmpty(line));
-        abecs_ext_put_raw_text(packet.get(), orEmpty(qrCode));
-        abecs_ext_send_packet(pinpad, packet.get());
+        const AbecsPacketLocal packet;
+        abecs_ext_put_text(packet, QR01);
+        abecsFieldPutNumber(packet, usTimeout, 3);
+        abecs_ext_put_char(packet, bLineType);
+        abecsFieldPutNumber(packet, iLineLen, 2);
+        abecsFieldPutNumber(packet, iQRCodeLen, 4);
+        abecs_ext_put_raw_text(packet, orEmpty(line));
+        abecs_ext_put_raw_text(packet, orEmpty(qrCode));
+        abecs_ext_send_packet(pinpad, packet);
         abecs_ext_set_pending(pinpad, QR01);
     });
 }
@@ -70,14 +70,14 @@ std::int32_t abecs_qr_response(AbecsPinpad *pinpad, std::uint8_t *result) {
             pcl_raise(PCL_RESULT_ILLEGAL_ARGUMENT, "'result' is NULL");
             return;
         }
-        const AbecsPacketPtr packet(abecsPacketCreate());
-        abecs_ext_receive_packet(pinpad, packet.get());
-        if (abecsPacketAvailable(packet.get()) != RESPONSE_LENGTH) {
+        const AbecsPacketLocal packet;
+        abecs_ext_receive_packet(pinpad, packet);
+        if (abecsPacketAvailable(packet) != RESPONSE_LENGTH) {
             abecs_ext_raise_unrecognized();
             return;
         }
-        abecs_ext_require_rsp_id(packet.get(), QR01, "(%s) Invalid RSP_ID: %s)");
-        *result = abecsPacketReadByte(packet.get());
+        abecs_ext_require_rsp_id(packet, QR01, "(%s) Invalid RSP_ID: %s)");
+        *result = abecsPacketReadByte(packet);
         abecs_ext_clear_pending(pinpad);
         abecs_pinpad_settle(pinpad);
     });

@@ -63,14 +63,14 @@ void abecs_survey_start(AbecsPinpad *pinpad, std::uint16_t usCode, std::uint16_t
         return;
     }
     pcl_guarded([&] {
-        const AbecsPacketPtr packet(abecsPacketCreate());
-        abecs_ext_put_text(packet.get(), EX08);
-        putCode(packet.get(), usCode);
-        abecsFieldPutNumber(packet.get(), usTimeout, 3);
-        abecs_ext_put_char(packet.get(), "0123456789ABCDEF"[bScreenStyle]);
-        putArea(packet.get(), top);
-        putArea(packet.get(), bottom);
-        abecs_ext_send_packet(pinpad, packet.get());
+        const AbecsPacketLocal packet;
+        abecs_ext_put_text(packet, EX08);
+        putCode(packet, usCode);
+        abecsFieldPutNumber(packet, usTimeout, 3);
+        abecs_ext_put_char(packet, "0123456789ABCDEF"[bScreenStyle]);
+        putArea(packet, top);
+        putArea(packet, bottom);
+        abecs_ext_send_packet(pinpad, packet);
         abecs_ext_set_pending(pinpad, EX08);
     });
 }

@@ -26,14 +26,14 @@ std::int32_t abecs_survey_poll(AbecsPinpad *pinpad, const char *cResp, const cha
     }
     return abecs_ext_run([&] {
         abecs_pinpad_require_pending(pinpad, cmdId);
-        const AbecsPacketPtr packet(abecsPacketCreate());
-        abecs_ext_receive_packet(pinpad, packet.get());
-        if (!isLength(abecsPacketAvailable(packet.get()))) {
+        const AbecsPacketLocal packet;
+        abecs_ext_receive_packet(pinpad, packet);
+        if (!isLength(abecsPacketAvailable(packet))) {
             abecs_ext_raise_unrecognized();
             return;
         }
-        abecs_ext_require_rsp_id(packet.get(), cmdId, "(%s) Invalid RSP_ID: %s)");
-        take(packet.get());
+        abecs_ext_require_rsp_id(packet, cmdId, "(%s) Invalid RSP_ID: %s)");
+        take(packet);
         abecs_ext_clear_pending(pinpad);
         abecs_pinpad_settle(pinpad);
     });

@@ -21,11 +21,11 @@ constexpr std::uint16_t PARAM_MIN_DIGITS = 13;
 constexpr std::uint16_t PARAM_MAX_DIGITS = 14;
 
 void copyTypedText(AbecsResponseParser *parser, char *out) {
-    const AbecsParamPtr param(abecsParamCreate());
-    while (abecsParserNextParam(parser, param.get()) != nullptr) {
-        if (abecsParamGetId(param.get()) == ABECS_RSP_DATID_PP_VALUE) {
-            const std::size_t length = abecsParamLength(param.get());
-            abecsFieldGetBytes(param.get(), out, length, length);
+    const AbecsParamLocal param;
+    while (abecsParserNextParam(parser, param) != nullptr) {
+        if (abecsParamGetId(param) == ABECS_RSP_DATID_PP_VALUE) {
+            const std::size_t length = abecsParamLength(param);
+            abecsFieldGetBytes(param, out, length, length);
             out[length] = '\0';
             return;
         }
@@ -34,19 +34,19 @@ void copyTypedText(AbecsResponseParser *parser, char *out) {
 }
 
 std::int32_t readAnswer(AbecsPinpad *pinpad, char *out, char *notification) {
-    const AbecsPacketPtr packet(abecsPacketCreate());
-    const AbecsResponseParserPtr parser(abecsParserCreate());
-    abecs_link_receive_response(pinpad, packet.get());
-    abecsParserParse(parser.get(), packet.get());
-    const AbecsRspStat_e status = abecsParserGetRspStat(parser.get());
+    const AbecsPacketLocal packet;
+    const AbecsResponseParserLocal parser;
+    abecs_link_receive_response(pinpad, packet);
+    abecsParserParse(parser, packet);
+    const AbecsRspStat_e status = abecsParserGetRspStat(parser);
     if (status == ABECS_RSP_STAT_ST_NOTIFICATION) {
-        abecsParserGetNotification(parser.get(), notification);
+        abecsParserGetNotification(parser, notification);
         abecs_pinpad_settle(pinpad);
         return status;
     }
-    abecsParserRequireRspId(parser.get(), GCD);
+    abecsParserRequireRspId(parser, GCD);
     if (status == ABECS_RSP_STAT_ST_OK) {
-        copyTypedText(parser.get(), out);
+        copyTypedText(parser, out);
     }
     abecs_pinpad_clear_pending(pinpad);
     abecs_pinpad_settle(pinpad);

@@ -31,11 +31,11 @@ AbecsRspStat_e abecs_clo(AbecsPinpad *pinpad, const char *msg) {
         return ABECS_RSP_STAT_ST_INTERR;
     }
     return pcl_guarded(ABECS_RSP_STAT_ST_INTERR, [&] {
-        const AbecsPacketPtr packet(abecsPacketCreate());
-        abecsFieldPutAlpha(packet.get(), "CLO", 3, 0);
-        abecsFieldPutNumber(packet.get(), CLO_MESSAGE_SIZE, 3);
-        abecsFieldPutAlphaExt(packet.get(), text, CLO_MESSAGE_SIZE, 0);
-        return abecs_exchange_packet(pinpad, packet.get(), "CLO");
+        const AbecsPacketLocal packet;
+        abecsFieldPutAlpha(packet, "CLO", 3, 0);
+        abecsFieldPutNumber(packet, CLO_MESSAGE_SIZE, 3);
+        abecsFieldPutAlphaExt(packet, text, CLO_MESSAGE_SIZE, 0);
+        return abecs_exchange_packet(pinpad, packet, "CLO");
     });
 }
 

@@ -7,10 +7,10 @@ namespace {
 template <typename Write>
 void addParam(AbecsCmdBuilder *builder, std::uint16_t id, Write write) {
     pcl_guarded([&] {
-        const AbecsParamPtr param(abecsParamCreate());
-        abecsParamSetId(param.get(), id);
-        write(param.get());
-        abecs_cmd_builder_add_param(builder, param.get());
+        const AbecsParamLocal param;
+        abecsParamSetId(param, id);
+        write(param);
+        abecs_cmd_builder_add_param(builder, param);
     });
 }
 

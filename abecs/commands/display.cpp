@@ -44,16 +44,16 @@ bool areNamesShortEnough(const PclList *files) {
 }
 
 void collectNames(AbecsResponseParser *parser, PclList *out) {
-    const AbecsParamPtr param(abecsParamCreate());
-    while (abecsParserNextParam(parser, param.get()) != nullptr) {
-        const std::uint16_t id = abecsParamGetId(param.get());
+    const AbecsParamLocal param;
+    while (abecsParserNextParam(parser, param) != nullptr) {
+        const std::uint16_t id = abecsParamGetId(param);
         if (id != ABECS_RSP_DATID_PP_MFNAME) {
             pcl_raise(PCL_RESULT_PROTOCOL_ERROR, "Unrecognized RSP_DATID: %u",
                       static_cast<unsigned>(id));
             return;
         }
         char name[ABECS_MEDIA_NAME_SIZE + 1];
-        abecsFieldGetAlpha(param.get(), name, sizeof name, ABECS_MEDIA_NAME_SIZE, 0);
+        abecsFieldGetAlpha(param, name, sizeof name, ABECS_MEDIA_NAME_SIZE, 0);
         pcl_list_append(out, name);
     }
 }
@@ -71,12 +71,12 @@ AbecsRspStat_e abecs_dex(AbecsPinpad *pinpad, const char *msg) {
         return ABECS_RSP_STAT_ST_INTERR;
     }
     return pcl_guarded(ABECS_RSP_STAT_ST_INTERR, [&] {
-        const AbecsPacketPtr packet(abecsPacketCreate());
-        abecsFieldPutAlpha(packet.get(), "DEX", 3, 0);
-        abecsFieldPutNumber(packet.get(), length + LENGTH_DIGITS, LENGTH_DIGITS);
-        abecsFieldPutNumber(packet.get(), length, LENGTH_DIGITS);
-        abecsFieldPutAlphaExt(packet.get(), msg, length, 1);
-        return abecs_exchange_packet(pinpad, packet.get(), "DEX");
+        const AbecsPacketLocal packet;
+        abecsFieldPutAlpha(packet, "DEX", 3, 0);
+        abecsFieldPutNumber(packet, length + LENGTH_DIGITS, LENGTH_DIGITS);
+        abecsFieldPutNumber(packet, length, LENGTH_DIGITS);
+        abecsFieldPutAlphaExt(packet, msg, length, 1);
+        return abecs_exchange_packet(pinpad, packet, "DEX");
     });
 }
 
@@ -117,15 +117,15 @@ AbecsRspStat_e abecs_lmf(AbecsPinpad *pinpad, PclList *out) {
     }
     pcl_list_clear(out);
     return pcl_guarded(ABECS_RSP_STAT_ST_INTERR, [&] {
-        const AbecsPacketPtr packet(abecsPacketCreate());
-        abecsFieldPutAlpha(packet.get(), "LMF", 3, 0);
-        abecs_link_exchange(pinpad, packet.get());
-        const AbecsResponseParserPtr parser(abecsParserCreate());
-        abecsParserParse(parser.get(), packet.get());
-        abecsParserRequireRspId(parser.get(), "LMF");
-        const AbecsRspStat_e status = abecsParserGetRspStat(parser.get());
+        const AbecsPacketLocal packet;
+        abecsFieldPutAlpha(packet, "LMF", 3, 0);
+        abecs_link_exchange(pinpad, packet);
+        const AbecsResponseParserLocal parser;
+        abecsParserParse(parser, packet);
+        abecsParserRequireRspId(parser, "LMF");
+        const AbecsRspStat_e status = abecsParserGetRspStat(parser);
         if (status == ABECS_RSP_STAT_ST_OK) {
-            collectNames(parser.get(), out);
+            collectNames(parser, out);
         }
         abecs_pinpad_settle(pinpad);
         return status;

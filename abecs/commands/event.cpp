@@ -27,27 +27,27 @@ constexpr std::array<std::int32_t, 14> EVENT_CODES = {0, 2,  3,  4,  5,  6,  7,
                                                       8, 13, 90, 91, 92, 93, 94};
 
 void addPair(AbecsCmdBuilder *builder, const AbecsEventPair &pair) {
-    const AbecsParamPtr param(abecsParamCreate());
-    abecsParamSetId(param.get(), PARAM_PAIR);
-    abecsFieldPutNumber(param.get(), pair.first, PAIR_DIGITS);
-    abecsFieldPutNumber(param.get(), pair.second, PAIR_DIGITS);
-    abecs_cmd_builder_add_param(builder, param.get());
+    const AbecsParamLocal param;
+    abecsParamSetId(param, PARAM_PAIR);
+    abecsFieldPutNumber(param, pair.first, PAIR_DIGITS);
+    abecsFieldPutNumber(param, pair.second, PAIR_DIGITS);
+    abecs_cmd_builder_add_param(builder, param);
 }
 
 std::int32_t readAnswer(AbecsPinpad *pinpad, AbecsParamMap *out, char *notification) {
-    const AbecsPacketPtr packet(abecsPacketCreate());
-    const AbecsResponseParserPtr parser(abecsParserCreate());
-    abecs_link_receive_response(pinpad, packet.get());
-    abecsParserParse(parser.get(), packet.get());
-    const AbecsRspStat_e status = abecsParserGetRspStat(parser.get());
+    const AbecsPacketLocal packet;
+    const AbecsResponseParserLocal parser;
+    abecs_link_receive_response(pinpad, packet);
+    abecsParserParse(parser, packet);
+    const AbecsRspStat_e status = abecsParserGetRspStat(parser);
     if (status == ABECS_RSP_STAT_ST_NOTIFICATION) {
-        abecsParserGetNotification(parser.get(), notification);
+        abecsParserGetNotification(parser, notification);
         abecs_pinpad_settle(pinpad);
         return status;
     }
-    abecsParserRequireRspId(parser.get(), CEX);
+    abecsParserRequireRspId(parser, CEX);
     if (status == ABECS_RSP_STAT_ST_OK) {
-        abecsParamMapCollect(out, parser.get());
+        abecsParamMapCollect(out, parser);
     }
     abecs_pinpad_clear_pending(pinpad);
     abecs_pinpad_settle(pinpad);

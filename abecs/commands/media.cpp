@@ -37,22 +37,22 @@ void copyUpperCase(const char *from, char *to) {
 
 void addMediaInfo(AbecsCmdBuilder *builder, std::uint32_t size, std::uint16_t checksum,
                   std::uint8_t mediaType) {
-    const AbecsParamPtr param(abecsParamCreate());
-    abecsParamSetId(param.get(), PARAM_MEDIA_INFO);
-    abecsFieldPutBinary(param.get(), size, 4);
-    abecsFieldPutBinary(param.get(), checksum, 2);
-    abecsFieldPutBinary(param.get(), mediaType, 1);
+    const AbecsParamLocal param;
+    abecsParamSetId(param, PARAM_MEDIA_INFO);
+    abecsFieldPutBinary(param, size, 4);
+    abecsFieldPutBinary(param, checksum, 2);
+    abecsFieldPutBinary(param, mediaType, 1);
     for (std::size_t i = 0; i < MEDIA_INFO_FILLER; ++i) {
-        abecsParamWriteByte(param.get(), 0);
+        abecsParamWriteByte(param, 0);
     }
-    abecs_cmd_builder_add_param(builder, param.get());
+    abecs_cmd_builder_add_param(builder, param);
 }
 
 void addRecord(AbecsCmdBuilder *builder, const void *data, std::size_t size) {
-    const AbecsParamPtr param(abecsParamCreate());
-    abecsParamSetId(param.get(), PARAM_RECORD);
-    abecsFieldPutBytes(param.get(), data, size);
-    abecs_cmd_builder_add_param(builder, param.get());
+    const AbecsParamLocal param;
+    abecsParamSetId(param, PARAM_RECORD);
+    abecsFieldPutBytes(param, data, size);
+    abecs_cmd_builder_add_param(builder, param);
 }
 
 void requireOk(AbecsRspStat_e status, const char *cmdId) {

@@ -7,15 +7,13 @@
 
 /// Commands that are made of parameters, which `addParams(builder)` adds.
 
-/// To be called with a frame open.
+/// Builds the body into the packet. To be called with a frame open.
 template <typename AddParams>
-AbecsPacketPtr abecs_build_command(const char *cmdId, AddParams addParams) {
-    const AbecsCmdBuilderPtr builder(abecs_cmd_builder_create());
-    abecs_cmd_builder_set_cmd_id(builder.get(), cmdId);
-    addParams(builder.get());
-    AbecsPacketPtr packet(abecsPacketCreate());
-    abecs_cmd_builder_build(builder.get(), packet.get());
-    return packet;
+void abecs_build_command(AbecsPacket *packet, const char *cmdId, AddParams addParams) {
+    const AbecsCmdBuilderLocal builder;
+    abecs_cmd_builder_set_cmd_id(builder, cmdId);
+    addParams(builder);
+    abecs_cmd_builder_build(builder, packet);
 }
 
 /// Sends the command and returns the status of its answer.
@@ -23,8 +21,9 @@ template <typename AddParams>
 AbecsRspStat_e abecs_exchange_command(AbecsPinpad *pinpad, const char *cmdId, AddParams addParams,
                                       AbecsReadStatus readStatus = abecs_read_response_status) {
     return pcl_guarded(ABECS_RSP_STAT_ST_INTERR, [&] {
-        const AbecsPacketPtr packet = abecs_build_command(cmdId, addParams);
-        return abecs_exchange_packet(pinpad, packet.get(), cmdId, readStatus);
+        const AbecsPacketLocal packet;
+        abecs_build_command(packet, cmdId, addParams);
+        return abecs_exchange_packet(pinpad, packet, cmdId, readStatus);
     });
 }
 
@@ -32,8 +31,9 @@ AbecsRspStat_e abecs_exchange_command(AbecsPinpad *pinpad, const char *cmdId, Ad
 template <typename AddParams>
 void abecs_start_command(AbecsPinpad *pinpad, const char *cmdId, AddParams addParams) {
     pcl_guarded([&] {
-        const AbecsPacketPtr packet = abecs_build_command(cmdId, addParams);
-        abecs_link_send_command(pinpad, packet.get());
+        const AbecsPacketLocal packet;
+        abecs_build_command(packet, cmdId, addParams);
+        abecs_link_send_command(pinpad, packet);
         abecs_pinpad_set_pending(pinpad, cmdId);
     });
 }

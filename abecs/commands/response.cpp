@@ -11,10 +11,10 @@ AbecsRspStat_e abecs_read_response_status(AbecsPacket *packet, const char *cmdId
 
 AbecsRspStat_e abecs_parse_response_status(AbecsPacket *packet, const char *cmdId) {
     return pcl_guarded(ABECS_RSP_STAT_ST_INTERR, [&] {
-        const AbecsResponseParserPtr parser(abecsParserCreate());
-        abecsParserParse(parser.get(), packet);
-        abecsParserRequireRspId(parser.get(), cmdId);
-        return abecsParserGetRspStat(parser.get());
+        const AbecsResponseParserLocal parser;
+        abecsParserParse(parser, packet);
+        abecsParserRequireRspId(parser, cmdId);
+        return abecsParserGetRspStat(parser);
     });
 }
 
