@@ -168,24 +168,21 @@ int pcl_port_write(PclSerialPort &port, const void *data, std::size_t count) {
     return 0;
 }
 
+/// One call of the system for the whole read, so that it has one deadline: the call comes back when
+/// the count is there or the time is over.
 PclPortRead pcl_port_read(PclSerialPort &port, void *buffer, std::size_t count) {
-    auto *next = static_cast<std::uint8_t *>(buffer);
-    std::size_t total = 0;
-    while (total < count) {
-        DWORD got = 0;
-        if (ReadFile(port.handle, next + total, portion(count - total), &got, nullptr) == FALSE) {
-            const DWORD error = GetLastError();
-            // Some systems report the end of the waiting as an error, others as success.
-            if (error != ERROR_TIMEOUT) {
-                return {total, static_cast<int>(error)};
-            }
-        }
-        if (got == 0) {
-            return {total, 0};
-        }
-        total += got;
+    if (port.interrupt != nullptr && port.interrupt->isRaised()) {
+        return {0, ERROR_OPERATION_ABORTED};
     }
-    return {total, 0};
+    DWORD got = 0;
+    if (ReadFile(port.handle, buffer, portion(count), &got, nullptr) == FALSE) {
+        const DWORD error = GetLastError();
+        // Some systems report the end of the waiting as an error, others as success.
+        if (error != ERROR_TIMEOUT) {
+            return {got, static_cast<int>(error)};
+        }
+    }
+    return {got, 0};
 }
 
 int pcl_port_bytes_available(const PclSerialPort &port, std::uint32_t &available) {

@@ -47,6 +47,8 @@ void checkNames() {
     PclSerialPort *port = nullptr;
     expectFailure([&] { port = pcl_serial_open("COM77"); },
                   "[PCL_RESULT_FILE_NOT_FOUND] No such port: COM77");
+    expectFailure([&] { port = pcl_serial_open(""); },
+                  "[PCL_RESULT_FILE_NOT_FOUND] No such port: ");
     expectFailure([&] { port = pcl_serial_open(nullptr); },
                   "[PCL_RESULT_ILLEGAL_ARGUMENT] 'name' is NULL");
     const std::string tooLong(200, 'C');
@@ -129,6 +131,13 @@ void checkWaits(PclSerialPort *port) {
     std::uint8_t answer = 0;
     expectNone("its answer", [&] { answer = pcl_serial_read_byte(port); });
     expect("EOT", answer == 0x04);
+    expectNone("another byte", [&] { pcl_serial_write_byte(port, 0x18); });
+    const DWORD asked = GetTickCount();
+    expectFailure([&] { pcl_serial_read_u16(port, 0); },
+                  "[PCL_RESULT_TIMEOUT_ERROR] Timeout waiting for data");
+    const DWORD took = GetTickCount() - asked;
+    expect("two bytes of which one comes: waited " + std::to_string(took) + " ms",
+           took >= 450 && took < 900);
 }
 
 void checkList(const char *name) {
