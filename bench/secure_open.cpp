@@ -6,8 +6,8 @@
 // usage: secure_open [ROUNDS]
 
 #include "abecs/crypto/rsa.h"
-#include "abecs/pinpad.h"
 #include "abecs/open.h"
+#include "abecs/pinpad.h"
 #include "core/guard.h"
 #include "core/owned.h"
 #include "sim/simulator.h"

@@ -3,8 +3,8 @@
 #include "abecs/commands/close.h"
 #include "abecs/commands/polling.h"
 #include "abecs/link.h"
-#include "abecs/response_parser.h"
 #include "abecs/open.h"
+#include "abecs/response_parser.h"
 #include "cli/interrupt.h"
 
 #include <chrono>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "abecs/pinpad.h"
 #include "abecs/open.h"
+#include "abecs/pinpad.h"
 #include "serial/time_divisor.h"
 #include "sim/simulator.h"
 #include "tests/support/failures.h"
