@@ -20,11 +20,8 @@ void abecs_line_write_control(PclSerialPort *port, AbecsLinkFraming_e framing, s
     });
 }
 
-void abecs_line_drop_late_input(AbecsPinpad *pinpad) {
-    if (pinpad->disturbed.load()) {
-        static_cast<void>(
-            pcl_attempt([&] { pcl_serial_purge(pinpad->port, PCL_SERIAL_PURGE_RX); }));
-    }
+void abecs_line_drop_late_input(PclSerialPort *port) {
+    static_cast<void>(pcl_attempt([&] { pcl_serial_purge(port, PCL_SERIAL_PURGE_RX); }));
 }
 
 void abecs_line_drain(PclSerialPort *port, AbecsLinkFraming_e framing) {

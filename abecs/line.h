@@ -64,10 +64,28 @@ private:
 std::uint8_t abecs_line_read_answer(PclSerialPort *port, AbecsLinkFraming_e framing);
 void abecs_line_write_control(PclSerialPort *port, AbecsLinkFraming_e framing, std::uint8_t byte);
 
-/// Discards what waits on the line when the exchange before ended in a failure: it is late then and
-/// must not be taken for the acknowledgement of the command to be sent. On a healthy session it is
-/// the answer. Raises nothing; a line that is gone shows it at the write that follows.
-void abecs_line_drop_late_input(AbecsPinpad *pinpad);
+/// One use of the line: it is busy meanwhile, and disturbed after it unless its end is told.
+class AbecsLineUse {
+public:
+    explicit AbecsLineUse(AbecsPinpad *pinpad)
+        : m_pinpad(pinpad), m_before(pinpad->lineState.exchange(ABECS_LINE_BUSY)) {}
+    ~AbecsLineUse() { m_pinpad->lineState.store(m_after); }
+    AbecsLineUse(const AbecsLineUse &) = delete;
+    AbecsLineUse &operator=(const AbecsLineUse &) = delete;
+
+    void endsAs(AbecsLineState_e state) { m_after = state; }
+    /// As if the line had not been used.
+    void endsAsBefore() { m_after = m_before; }
+
+private:
+    AbecsPinpad *m_pinpad;
+    AbecsLineState_e m_before;
+    AbecsLineState_e m_after = ABECS_LINE_DISTURBED;
+};
+
+/// Discards what waits on the line: it is late, and must not be taken for the answer to what is
+/// sent now. Raises nothing; a line that is gone shows it at the write that follows.
+void abecs_line_drop_late_input(PclSerialPort *port);
 
 /// Discards input until the line has been silent for 0.5 s, then purges both queues.
 void abecs_line_drain(PclSerialPort *port, AbecsLinkFraming_e framing);
@@ -86,8 +104,11 @@ template <typename WriteFrame>
 void abecs_line_send_frame(AbecsPinpad *pinpad, AbecsLinkFraming_e framing, bool encrypted,
                            AbecsPacket *plain, WriteFrame writeFrame) {
     PclSerialPort *port = pinpad->port;
-    abecs_line_drop_late_input(pinpad);
-    pinpad->disturbed.store(true);
+    // On a healthy session it is the answer.
+    if (pinpad->lineState.load() != ABECS_LINE_HEALTHY) {
+        abecs_line_drop_late_input(port);
+    }
+    AbecsLineUse use(pinpad);
     pcl_serial_set_timeout(port, ABECS_BYTE_WAIT);
     for (int attempt = 0; attempt < ABECS_MAX_ATTEMPTS; ++attempt) {
         AbecsLine line(port, framing);
@@ -97,7 +118,7 @@ void abecs_line_send_frame(AbecsPinpad *pinpad, AbecsLinkFraming_e framing, bool
         writeFrame(line);
         abecs_line_observe_frame(line, ABECS_LINK_FRAME, ABECS_LINK_TO_DEVICE, plain);
         if (abecs_line_is_acknowledged(port, framing)) {
-            abecs_pinpad_settle(pinpad);
+            use.endsAs(ABECS_LINE_HEALTHY);
             return;
         }
     }
@@ -137,10 +158,12 @@ void abecs_line_receive_frame(AbecsLine &line, ReadFrame readFrame) {
 template <typename ReadFrame>
 void abecs_line_receive_answer(AbecsPinpad *pinpad, AbecsLine &line, ReadFrame readFrame) {
     const bool polled = abecs_pinpad_get_pending(pinpad).text[0] != '\0';
-    const bool before = pinpad->disturbed.exchange(true);
+    AbecsLineUse use(pinpad);
     const PclException failure = pcl_attempt([&] { abecs_line_receive_frame(line, readFrame); });
-    if (polled && failure.code == PCL_RESULT_TIMEOUT_ERROR) {
-        pinpad->disturbed.store(before);
+    if (!failure) {
+        use.endsAs(ABECS_LINE_BUSY);
+    } else if (polled && failure.code == PCL_RESULT_TIMEOUT_ERROR) {
+        use.endsAsBefore();
     }
     pcl_raise_again(failure);
 }

@@ -179,14 +179,19 @@ void abecs_link_abort(AbecsPinpad *pinpad) {
     }
     pcl_guarded([&] {
         std::uint8_t answer = 0;
-        const bool before = pinpad->disturbed.exchange(true);
+        // A late EOT of an abort that failed would pass for the one to come. While another thread
+        // waits, the line is busy and its bytes are left alone.
+        if (pinpad->lineState.load() == ABECS_LINE_DISTURBED) {
+            abecs_line_drop_late_input(pinpad->port);
+        }
+        AbecsLineUse use(pinpad);
         for (int attempt = 0; attempt < ABECS_MAX_ATTEMPTS; ++attempt) {
             pcl_serial_set_timeout(pinpad->port, ABECS_BYTE_WAIT);
             abecs_line_write_control(pinpad->port, ABECS_LINK_STANDARD, CAN);
             answer = abecs_line_read_answer(pinpad->port, ABECS_LINK_STANDARD);
             if (answer == EOT) {
                 abecs_pinpad_clear_pending(pinpad);
-                pinpad->disturbed.store(before);
+                use.endsAsBefore();
                 return;
             }
             abecs_link_drain_input(pinpad->port);

@@ -81,7 +81,7 @@ std::uint64_t abecs_pinpad_get_min_interval(AbecsPinpad *pinpad) {
 
 void abecs_pinpad_settle(AbecsPinpad *pinpad) {
     if (isGiven(pinpad)) {
-        pinpad->disturbed.store(false);
+        pinpad->lineState.store(ABECS_LINE_HEALTHY);
     }
 }
 

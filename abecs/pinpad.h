@@ -23,15 +23,20 @@ struct AbecsPendingId {
     char text[ABECS_PENDING_ID_MAX_LENGTH + 1];
 };
 
+/// What the last exchange left of the line.
+enum AbecsLineState_e : std::uint8_t {
+    ABECS_LINE_HEALTHY,  ///< what waits there is the answer to the next command
+    ABECS_LINE_BUSY,     ///< an exchange is under way, or its answer was not understood
+    ABECS_LINE_DISTURBED ///< it failed: what waits there, or comes before the next one, is late
+};
+
 struct AbecsPinpad {
     PclSerialPort *port = nullptr;
     std::array<std::uint8_t, ABECS_SESSION_KEY_SIZE> sessionKey{};
     std::uint8_t secure = 0;
     /// The four characters of the pending identifier, first one in the low byte.
     std::atomic<std::uint32_t> pendingCmdId{0};
-    /// Whether the last exchange ended in a failure: what lies on the line then came late. True
-    /// while one is under way.
-    std::atomic<bool> disturbed{false};
+    std::atomic<AbecsLineState_e> lineState{ABECS_LINE_HEALTHY};
     std::uint64_t minInterval = 0;
     std::uint64_t lastCommandTime = 0; ///< of pcl_monotonic_millis
 };

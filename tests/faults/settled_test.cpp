@@ -38,24 +38,24 @@ protected:
         AbecsPinpadPtr pinpad;
         EXPECT_NO_FAILURE(pinpad.reset(abecs_pinpad_create(device.port().c_str())));
         EXPECT_NO_FAILURE(abecs_open(pinpad.get(), 0));
-        EXPECT_FALSE(pinpad->disturbed);
+        EXPECT_EQ(ABECS_LINE_HEALTHY, pinpad->lineState);
         if (command().prepare != nullptr) {
             EXPECT_NO_FAILURE(command().prepare(pinpad.get()));
-            EXPECT_FALSE(pinpad->disturbed);
+            EXPECT_EQ(ABECS_LINE_HEALTHY, pinpad->lineState);
         }
         const PclException failure =
             pcl_attempt([&] { EXPECT_EQ(command().good, command().run(pinpad.get())); });
-        m_disturbed = pinpad->disturbed;
+        m_healthy = pinpad->lineState == ABECS_LINE_HEALTHY;
         return failure;
     }
 
-    bool m_disturbed = false;
+    bool m_healthy = false;
 };
 
 TEST_P(Settled, AHealthySessionIsLeftByACommandThatWorked) {
     const PclException failure = run("");
     EXPECT_STREQ("", failure.message);
-    EXPECT_FALSE(m_disturbed);
+    EXPECT_TRUE(m_healthy);
 }
 
 TEST_P(Settled, AnAnswerThatIsNotUnderstoodIsAFailedExchange) {
@@ -64,7 +64,7 @@ TEST_P(Settled, AnAnswerThatIsNotUnderstoodIsAFailedExchange) {
         "reply " + frame + (frame == "OPN" ? " nth 2" : " nth 1") + " body \"XYZW000\"\n";
     const PclException failure = run(strange);
     EXPECT_EQ(command().receives, static_cast<bool>(failure)) << failure.message;
-    EXPECT_EQ(command().receives, m_disturbed);
+    EXPECT_EQ(command().receives, !m_healthy);
 }
 
 INSTANTIATE_TEST_SUITE_P(Commands, Settled, testing::Range<std::size_t>(0, everyCommand().size()),

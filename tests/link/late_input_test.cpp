@@ -3,6 +3,8 @@
 
 #include "tests/link/session_fixture.h"
 
+#include <thread>
+
 namespace {
 
 using namespace line;
@@ -118,6 +120,21 @@ TEST_F(LateInput, IsDiscardedAfterAnAbortThatFailed) {
                    "Timeout waiting for data");
     m_peer.finish();
     lieOnLine(EOT);
+    expectUsable();
+}
+
+// The EOT of the abort that failed lies there, and the one of the next abort is still to come.
+TEST_F(LateInput, IsDiscardedByTheAbortAfterAFailure) {
+    failWithSilence();
+    lieOnLine(EOT);
+    m_peer.play([](Peer &line) {
+        line.expect(CAN);
+        std::this_thread::sleep_for(50ms);
+        line.write(EOT);
+    });
+    EXPECT_NO_FAILURE(abecs_link_abort(pinpad()));
+    m_peer.finish();
+    EXPECT_EQ(0U, pcl_serial_bytes_available(pinpad()->port));
     expectUsable();
 }
 
