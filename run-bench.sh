@@ -1,7 +1,7 @@
 #!/bin/sh
 # Builds the benchmarks, runs them and leaves the figures in build/bench/results:
 # ratios.md and ratios.json (one table), growth.csv and plots (SVG), syscalls.txt, size.txt,
-# micro.txt, secure_open.txt, load.txt and machine.txt (how busy the machine was).
+# micro.txt, secure_open.txt, abort.txt, load.txt and machine.txt (how busy the machine was).
 set -eu
 cd "$(dirname "$0")"
 
@@ -37,7 +37,7 @@ build=build/bench
 results=$PWD/$build/results
 cmake --preset release -B "$build" -DPINPAD_BUILD_CLI=OFF -DPINPAD_BUILD_EXAMPLES=OFF \
     -DPINPAD_BUILD_TESTS=OFF >/dev/null
-cmake --build "$build" -j "$(nproc)" --target ratios micro secure_open load_library pinpad pinpad-sim
+cmake --build "$build" -j "$(nproc)" --target ratios micro secure_open abort load_library pinpad pinpad-sim
 mkdir -p "$results"
 
 echo '== Ratios'
@@ -47,6 +47,8 @@ echo '== Single paths'
 "$build/bin/micro" --benchmark_min_time=0.05 >"$results/micro.txt" 2>/dev/null
 echo '== Secure open'
 "$build/bin/secure_open" "$open_rounds" | tee "$results/secure_open.txt"
+echo '== Abort from a second thread'
+"$build/bin/abort" "$open_rounds" | tee "$results/abort.txt"
 echo '== First load'
 "$build/bin/pinpad-sim" --quiet --link "$results/port" >/dev/null &
 device=$!

@@ -174,9 +174,13 @@ PINPAD_API int32_t PINPAD_CALL PP_CloseExtended(const char *dspMsg, const char *
 /**
  * @brief Ends whatever the PIN pad is doing, and with it a pending command.
  *
- * May be called from a second thread to end a wait of the first one; the call that was waiting then
- * ends with a failure of its own or runs into its timeout, and either call may see the PIN pad's
- * answer. Do not call PP_Close while an abort is running, nor PP_Open.
+ * May be called from a second thread to end a wait of the first one. The PIN pad stops at once, but
+ * either call may get its answer. When the abort gets it, the command is over, and the call that
+ * was waiting runs into its own timeout. When the waiting call gets it, that call fails, the abort
+ * fails with a timeout, and the command is still pending. So, once both calls have returned, call
+ * PP_Abort again on the first thread: it then has the line to itself and ends the command for
+ * certain. A host without need of an end at once sets a flag instead, looks at it between two polls
+ * and calls PP_Abort there. Do not call PP_Open or PP_Close while an abort is running.
  *
  * While PP_Open is creating a session on another thread, PP_Abort ends that instead: PP_Open fails
  * with "Open was aborted" within a second, an earlier session is left alone, and PP_Abort itself
