@@ -18,8 +18,8 @@ namespace {
 using std::chrono::milliseconds;
 using std::chrono::steady_clock;
 
-// How often the line is looked at while the customer is busy. Looking instead of reading keeps
-// Ctrl-C from waiting for a read to end, and leaves the line to one thread.
+// How often the line is polled while the customer is busy. Unlike a read, polling lets Ctrl-C take
+// effect at once and needs no second thread.
 constexpr milliseconds LOOK_INTERVAL{20};
 
 void requireOk(std::int32_t status) {

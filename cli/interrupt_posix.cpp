@@ -77,7 +77,7 @@ void watchForInterrupts() {
     for (const int signal : INTERRUPTS) {
         take(signal, action);
     }
-    // A reader of the output that has gone must not keep the session from being closed.
+    // When the reader of the output has gone, the session must still be closed.
     ::signal(SIGPIPE, SIG_IGN);
 }
 

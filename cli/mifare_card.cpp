@@ -21,7 +21,7 @@ constexpr std::string_view NO_CARD = "01";
 constexpr std::size_t STATUS_SIZE = 2;
 constexpr std::size_t BYTE_DIGITS = 2;
 
-// A text of whatever length a PIN pad may send.
+// Holds the longest text that a PIN pad can send.
 using AnswerText = std::array<char, ABECS_PACKET_CAPACITY + 1>;
 
 std::uint16_t address(unsigned block) {

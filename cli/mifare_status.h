@@ -5,11 +5,11 @@
 
 namespace cli {
 
-/// What the two characters with which the PIN pad ends a MIFARE command mean, in few words; ""
-/// when nobody knows.
+/// The meaning, in few words, of the two characters with which the PIN pad ends a MIFARE command;
+/// "" when they are unknown.
 std::string mifareStatusName(std::string_view status);
 
-/// What happened and what to do next; "" when nobody knows.
+/// What happened and what to do next; "" when they are unknown.
 std::string mifareStatusExplanation(std::string_view status);
 
 inline constexpr std::string_view MIFARE_DONE = "00";

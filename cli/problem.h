@@ -28,7 +28,7 @@ struct CardRefused {
     std::string status; ///< two characters, as sent
 };
 
-/// When a failure of the library struck.
+/// What the tool was doing when the library failed.
 enum class Stage { Opening, Command };
 
 /// The library raised a failure.

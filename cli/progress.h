@@ -20,7 +20,7 @@ ProgressStyle progressStyle(const Settings &settings);
 class Progress {
 public:
     Progress(std::string what, ProgressStyle style);
-    /// Ends the line of a bar that was left standing.
+    /// Ends the line of an unfinished bar.
     ~Progress();
     Progress(const Progress &) = delete;
     Progress &operator=(const Progress &) = delete;

@@ -32,7 +32,7 @@ public:
         el_set(m_edit, EL_EDITOR, "emacs");
         el_set(m_edit, EL_HIST, history, m_history);
         el_wset(m_edit, EL_GETCFN, &EditedPrompt::readCharacter);
-        // Wide, since of narrow names the library makes copies that it never frees.
+        // Wide: the library never frees the copies that it makes of narrow names.
         el_wset(m_edit, EL_ADDFN, L"complete-word", L"Complete the word", &EditedPrompt::complete);
         el_set(m_edit, EL_BIND, "^I", "complete-word", nullptr);
     }
@@ -46,8 +46,8 @@ public:
     std::optional<std::string> ask() override {
         const PromptInterrupts guard;
         int length = 0;
-        // The library shows the prompt before it takes the terminal over, and would lose a Ctrl-D
-        // that is typed in between.
+        // The library shows the prompt before it takes over the terminal, and would lose a Ctrl-D
+        // typed in between.
         el_set(m_edit, EL_PREP_TERM, 1);
         const char *typed = el_gets(m_edit, &length);
         if (isInterrupted()) {

@@ -7,11 +7,12 @@
 
 namespace cli {
 
-/// Whether the ink is black whatever the colours of the terminal are, which takes escape sequences,
-/// or that of the text around it.
+/// Draw in the colour of the surrounding text, or in black whatever the terminal's colours are,
+/// which takes escape sequences.
 enum class Ink { OfText, Black };
 
-/// The lines that show a code with its quiet zone, two rows of modules on each. No code, no lines.
+/// The lines that show a code with its quiet zone, two rows of modules on each. None for an empty
+/// code.
 std::vector<std::string> drawQrCode(const QrModules &modules, Ink ink);
 
 /// How many columns they take.

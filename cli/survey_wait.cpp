@@ -8,7 +8,7 @@ namespace cli {
 
 namespace {
 
-// Of whatever length a PIN pad may send.
+// Holds the longest answer that a PIN pad can send.
 using AnswerText = std::array<char, ABECS_PACKET_CAPACITY + 1>;
 
 void stop(Device &device, const SurveyCalls &calls) {
@@ -21,7 +21,7 @@ void stop(Device &device, const SurveyCalls &calls) {
     }
 }
 
-// For a wait that ends for a reason of its own, which is the one to tell.
+// For a wait that ended early: that reason is reported, not a failure to stop the survey.
 void stopQuietly(Device &device, const SurveyCalls &calls) {
     static_cast<void>(pcl_attempt([&] { calls.stop(device.session()); }));
 }

@@ -49,7 +49,7 @@ std::FILE *openPrivateFile(const std::string &path) {
     if (fd < 0) {
         return nullptr;
     }
-    // A file that was there keeps its rights; a pipe or a terminal has none to take away.
+    // An existing file would keep its rights; a pipe or a terminal has none to take away.
     struct stat status {};
     if (::fstat(fd, &status) == 0 && S_ISREG(status.st_mode)) {
         ::fchmod(fd, S_IRUSR | S_IWUSR);

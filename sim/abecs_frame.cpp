@@ -9,7 +9,7 @@ namespace {
 
 constexpr std::uint8_t stuffing_offset = 0x20;
 
-// No command comes near this; whatever is longer is a line gone mad.
+// Far longer than any command.
 constexpr std::size_t max_body = 8192;
 
 bool needs_stuffing(std::uint8_t byte) {

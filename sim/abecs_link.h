@@ -31,9 +31,9 @@ public:
     void begin() { reader_.begin(); }
     bool active() const { return reader_.active(); }
     void feed(std::uint8_t byte);
-    // The frame under way does not go on.
+    // The rest of the frame is not coming.
     void give_up();
-    // Forgets what is under way.
+    // Drops an unfinished frame.
     void reset() { reader_.abandon(); }
 
     // Sends a body in a frame. The identifier is that of the command that it answers.

@@ -16,7 +16,7 @@ public:
 
     Console(std::ostream &out, Style style) : out_(out), style_(style) {}
 
-    // Prints the port. What is told before that waits for it, since the port is the first line.
+    // Prints the port, which is the first line: what came before is held back until then.
     void open(const std::string &port);
 
     void entry(const JournalEntry &entry);

@@ -345,7 +345,7 @@ void Device::send_body(const Bytes &body) {
 void Device::wait_with(std::unique_ptr<Waiting> waiting) {
     waiting_ = std::move(waiting);
     waiting_->start();
-    // Published last, so that whoever waits for this state finds the prompt on the screen.
+    // Published last: who waits for this state then finds the prompt on the screen.
     board_.change([this](Snapshot &state) {
         state.waiting = waiting_->for_customer();
         state.pending_command = current_id_;
@@ -357,7 +357,7 @@ void Device::retire_waiting() {
         return;
     }
     waiting_->stop();
-    // The command that ends is often the caller, so it goes a moment later.
+    // The caller is often the command that ends, so it is destroyed later.
     boost::asio::post(io_, [retired = std::shared_ptr<Waiting>(std::move(waiting_))] {});
     board_.change([](Snapshot &state) {
         state.waiting = false;

@@ -55,7 +55,7 @@ public:
 
     // Adds a rule behind those of the scenario; it counts from now on.
     void arm(const ReplyRule &rule);
-    // Drops the rules that were added so.
+    // Drops the rules added by arm.
     void clear_armed();
 
     // The cable carries the power, so a device without it forgets all but its media.
@@ -79,7 +79,7 @@ public:
     void answer(unsigned code) { answer(make_response(current_id_, code)); }
     void notify(const std::string &text);
     void send_body(const Bytes &body);
-    // Leaves the current command unanswered until what is given here answers it.
+    // Leaves it to this object to answer the current command.
     void wait_with(std::unique_ptr<Waiting> waiting);
 
     void open_session();
@@ -95,7 +95,7 @@ public:
                      const std::string &buttons);
     void clear_screen();
     void beep(const std::string &why);
-    // Puts the state of the media store where it can be seen.
+    // Copies the state of the media store to the board.
     void publish_media();
 
 private:

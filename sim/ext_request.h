@@ -13,8 +13,8 @@ struct ExtRequest {
     Bytes rest;
 };
 
-// The answer to an extension command. The status is what a person may want to be another one in a
-// test; commands without a status leave it empty.
+// The answer to an extension command. The status stands apart so that a scenario can replace it; it
+// is empty for commands without one.
 struct ExtResponse {
     std::string id;
     std::string status;
@@ -41,7 +41,7 @@ public:
     // Hexadecimal digits that stand for so many bytes.
     Bytes hex(std::size_t size);
     std::string rest();
-    // Throws BadField unless all has been taken.
+    // Throws BadField unless everything has been taken.
     void end() const;
 
 private:

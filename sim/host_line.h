@@ -32,7 +32,7 @@ public:
     void set_taker(ControlTaker &taker) { taker_ = &taker; }
 
     void receive(const Bytes &bytes);
-    // Forgets what is under way.
+    // Drops an unfinished frame.
     void reset();
 
 private:

@@ -41,8 +41,8 @@ struct KeyBlockShape {
 // A block of the given size: head, type, random padding without zeros, a zero byte, the key.
 Bytes make_key_block(std::size_t size, const Bytes &key, const KeyBlockShape &shape = {});
 
-// Looks for padding under which the encrypted block begins with some bytes 30. The search goes in
-// slices, so that the device stays able to hear a CAN.
+// Looks for padding under which the encrypted block begins with some bytes 30. It searches in
+// slices, so that the device still notices a CAN.
 class LeadingByteSearch {
 public:
     static constexpr unsigned max_tries = 4 * 65536;

@@ -14,7 +14,7 @@ namespace sim {
 // Listeners are called on the thread that adds an entry, with nothing locked.
 class Logbook {
 public:
-    // Without keep only the listeners hear of what happens.
+    // Without keep nothing is stored and only the listeners are called.
     explicit Logbook(bool keep = true) : keep_(keep) {}
 
     void add_chunk(Direction direction, const Bytes &bytes);

@@ -50,8 +50,8 @@ std::string read_file(const std::string &path) {
     return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
 }
 
-// Termination requests as something that can be polled. Blocks the signals for this thread and
-// those started after it.
+// Makes termination signals a descriptor to poll. Blocks them for this thread and those started
+// after it.
 class TerminationSignals {
 public:
     TerminationSignals() {
@@ -290,7 +290,7 @@ int start(int argc, char **argv) {
     settings.options.keep_logs = false;
     CLI11_PARSE(app, argc, argv);
     settings.type = settings.type || ::isatty(STDIN_FILENO) == 1;
-    // In the background the terminal is somebody else's: reading it fails instead of stopping us.
+    // Reading the terminal from the background then fails instead of stopping the process.
     ::signal(SIGTTIN, SIG_IGN);
     ::signal(SIGPIPE, SIG_IGN);
     try {

@@ -38,13 +38,14 @@ public:
 
     const Uid &uid() const { return uid_; }
 
-    // Looks into the card and changes it without any key, as its maker can.
+    // Reads and changes the card without any key.
     const Block &content(std::size_t block) const { return blocks_.at(block); }
     void set_content(std::size_t block, const Block &content) { blocks_.at(block) = content; }
     void set_value(std::size_t block, std::int32_t value);
     void set_key(std::size_t sector, KeyKind kind, const Key &key);
     void set_access(std::size_t block, Access access);
-    // Returns nothing when the access bits of the sector contradict each other: it is lost then.
+    // Returns nothing when the stored access bits contradict each other; the sector is then
+    // unusable.
     std::optional<Access> access(std::size_t block) const;
 
     // Forgets which key was proved, as when the card enters the field.
@@ -78,7 +79,8 @@ private:
         KeyKind kind;
     };
 
-    // The condition of the block under the key that was proved; what refuses it otherwise.
+    // Returns ok when the proved key allows the operation on the block, else the reason for the
+    // refusal.
     Result permit(std::size_t block, std::uint8_t (*who)(std::uint8_t bits)) const;
     std::uint8_t bits(std::size_t block) const;
     bool key_b_is_readable(std::size_t sector) const;

@@ -105,7 +105,7 @@ void PtyLine::unplug() {
     received_.clear();
     waiting_ = false;
     ++epoch_;
-    // Whoever sees the line hang up finds everything else done.
+    // The line hangs up last, so that a host that sees it finds the rest done.
     const auto connection = std::exchange(connection_, nullptr);
     on_unplugged_();
     boost::system::error_code ignored;

@@ -61,8 +61,8 @@ private:
     void take_received(const Bytes &bytes);
     void deliver_paced();
     void run_queue();
-    // Each deals with the item at the head of the queue. Returns whether it is done already; if
-    // not, it has arranged for the queue to go on later.
+    // Each handles the item at the head of the queue and returns whether it is done; if not, the
+    // queue goes on by itself later.
     bool write_item(Bytes &bytes);
     bool pause_item(Pause &pause);
     bool unplug_item();

@@ -121,7 +121,7 @@ void accept_occasions(ScenarioLine &line, Target &target, OccasionWords &given) 
     }
 }
 
-// Replies are changed for good when the rule does not name its occasions.
+// A reply rule that names no occasions strikes every time.
 void default_to_always(Target &target, const OccasionWords &given) {
     if (!given.nth && !given.times) {
         target.times = Target::always;

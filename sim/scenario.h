@@ -62,7 +62,7 @@ struct ScriptBook {
     Script script_for(unsigned occasion) const;
 };
 
-// What becomes of a final answer.
+// Changes to a final answer.
 struct ReplyChange {
     std::optional<std::string> status;
     std::optional<std::string> id;

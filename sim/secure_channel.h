@@ -34,8 +34,8 @@ public:
     // zeros when the channel is off.
     Bytes wrap(const Bytes &body, const PayloadDamage &damage = {}) const;
 
-    // The body within a payload; empty-handed when it is not a whole number of blocks, when LEN
-    // does not fit, or when DATACRC or the amount of padding is wrong.
+    // The body within a payload; nothing when it is not a whole number of blocks, when LEN does not
+    // fit, or when DATACRC or the amount of padding is wrong.
     std::optional<Bytes> unwrap(const Bytes &payload) const;
 
 private:

@@ -9,7 +9,7 @@
 
 namespace sim {
 
-// The visible state of the device, to be changed by the device and seen from any thread.
+// The visible state of the device. The device changes it; any thread may read it.
 class StateBoard {
 public:
     void change(const std::function<void(Snapshot &)> &how);

@@ -14,7 +14,7 @@ std::string to_text(const Bytes &bytes);
 // Upper-case hexadecimal digits, two for each byte.
 std::string to_hex(const Bytes &bytes);
 
-// Reads pairs of hexadecimal digits of either case; empty-handed when the text is anything else.
+// Reads pairs of hexadecimal digits of either case; nothing when the text is anything else.
 std::optional<Bytes> from_hex(std::string_view text);
 
 // The number in decimal, filled with zeros on the left up to the width.

@@ -10,8 +10,8 @@
 
 namespace sim {
 
-// What the device sends, in either framing: control bytes, and answers with whatever damage a fault
-// does to them. It keeps the last answer, in case the host asks for it again.
+// Sends control bytes and answers, damaged when a fault strikes, in either framing. Keeps the last
+// answer in case the host asks for it again.
 class Transmitter {
 public:
     struct Answer {
@@ -28,13 +28,14 @@ public:
     // Whether a command whose acknowledgement this fault struck is executed all the same.
     static bool executed_despite(const std::optional<Fault> &fault);
 
-    // Counts an occasion of the stage and tells of the fault that strikes there.
+    // Counts an occasion of the stage, and notes and returns the fault that strikes there.
     std::optional<Fault> strike(FaultStage stage, const std::string &command_id = "");
 
     // ACK, or what the fault puts in its place.
     void acknowledge(const std::optional<Fault> &fault);
     void refuse(const WireFrame &frame, const std::string &why);
-    // EOT as the answer to CAN, or what a fault puts in its place. Nothing sent before it arrives.
+    // EOT as the answer to CAN, or what a fault puts in its place. Whatever was still unsent is
+    // dropped.
     void end_transmission();
 
     void send(Answer answer);

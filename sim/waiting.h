@@ -11,9 +11,8 @@ namespace sim {
 
 class Device;
 
-// A command that has not been answered yet, because it waits for the customer or works on
-// something long. The device owns it and stops it before it lets go of it; after that it does
-// nothing any more.
+// A command that has not been answered yet, because it waits for the customer or takes long. The
+// device owns it and stops it before dropping it; a stopped one does nothing.
 class Waiting {
 public:
     Waiting() = default;
@@ -32,7 +31,7 @@ public:
     virtual void swipe(const Card &) {}
     // Insertion, removal or tap, as an event code.
     virtual void card_event(const std::string &) {}
-    // The host does not want to wait any longer.
+    // The host wants the answer now.
     virtual void host_stops() {}
 };
 

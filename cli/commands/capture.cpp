@@ -16,7 +16,7 @@ constexpr unsigned DIGITS_MAX = 32;
 constexpr unsigned PROMPT_MAX = 65535;
 constexpr unsigned WAIT_MAX = 255;
 
-// What the customer types, of whatever length a PIN pad may send.
+// Holds the longest text that a PIN pad can send.
 struct TypedText {
     std::array<char, ABECS_PARAM_CAPACITY + 1> bytes{};
 

@@ -29,7 +29,7 @@ std::string upperCase(std::string text) {
     return text;
 }
 
-// The texts of these problems do not repeat what was typed: it is nearly a key.
+// These texts do not repeat what was typed, which is nearly a key.
 std::string keyDigits(const char *option, const std::string &text) {
     if (text.size() != KEY_DIGITS || !isHex(text)) {
         throw UsageError(std::string(option) +

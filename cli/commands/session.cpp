@@ -155,13 +155,13 @@ SessionCommand::Next SessionCommand::handleProblem(Context &context, bool isProm
     try {
         std::rethrow_exception(problem);
     } catch (const UsageError &) {
-        // Nothing has happened on the line.
+        // Nothing was sent.
     } catch (const Refused &) {
-        // The PIN pad has answered: the session goes on.
+        // The PIN pad has answered, so that the session goes on.
     } catch (const CardRefused &) {
-        // So it has.
+        // The PIN pad has answered for the card.
     } catch (const SurveyStopped &) {
-        // The PIN pad has ended it.
+        // The PIN pad has ended the survey.
     } catch (const CustomerTimeout &) {
         context.device.abortCommand();
     } catch (const Interrupted &) {

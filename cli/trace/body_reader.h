@@ -19,7 +19,7 @@ public:
 
     std::size_t left() const { return m_body.size() - m_at; }
 
-    /// Takes a field of that width; nothing, and nothing is taken, when the body is shorter.
+    /// Takes a field of that width; takes and returns nothing when the body is shorter.
     std::optional<std::string_view> take(std::size_t width);
 
     /// Takes a decimal field.

@@ -57,7 +57,7 @@ std::string takeStatus(BodyReader &reader) {
     return ", " + (name.empty() ? "status " + shown : name);
 }
 
-// Of an error the identifier does not tell what it answers.
+// The identifier of an error does not say which command it answers.
 DecodedBody decodeError(BodyReader &reader) {
     reader.addRow("RSP_ID", "ERR");
     reader.trustRows();

@@ -5,8 +5,8 @@
 
 namespace cli {
 
-/// Tells of an intact frame of the extension framing. Without `reveal` secrets are masked, and with
-/// them the check byte, which gives away a byte of them.
+/// Describes an intact frame of the extension framing. Without `reveal` secrets are masked, and so
+/// is the check byte, which would give away a byte of them.
 Told tellExtensionFrame(const AbecsLinkEvent &event, bool reveal);
 
 } // namespace cli

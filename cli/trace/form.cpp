@@ -29,7 +29,7 @@ std::string mediaInfo(std::string_view value) {
     return text;
 }
 
-// The blanks that fill a field up are beside it in hexadecimal.
+// Padding blanks are left out: the hexadecimal column shows them.
 std::string quotedText(std::string_view value) {
     return "\"" + fromDeviceVisibly(value.substr(0, value.find_last_not_of(' ') + 1)) + "\"";
 }

@@ -7,8 +7,7 @@
 
 namespace cli {
 
-/// Tells of bytes whose meaning is not known, and which are masked for that reason without
-/// `reveal`.
+/// Describes bytes of unknown meaning, which are therefore masked without `reveal`.
 Told tellOpaque(const std::string &what, const AbecsLinkEvent &event, bool reveal);
 
 } // namespace cli

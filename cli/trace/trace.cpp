@@ -21,7 +21,7 @@ using std::chrono::system_clock;
 
 using TellFrame = Told (*)(const AbecsLinkEvent &, bool reveal);
 
-// How frames of each framing are told; a framing that is not here is not taken apart.
+// How frames of each framing are described; others are shown as bytes.
 constexpr struct {
     AbecsLinkFraming_e framing;
     TellFrame tell;

@@ -72,7 +72,7 @@ void answer_with_block(Device &device, const Bytes &block, const Bytes &key, con
     const std::size_t length = fault.kind == FaultKind::opn_len1 ? fault.number : right_length;
     const std::size_t crkslen = fault.kind == FaultKind::opn_crkslen ? fault.number : modulus_size;
     Response response = make_response("OPN", status::ok);
-    // The length field may have to lie, so the whole data part goes after the status as it is.
+    // A fault can make the length field wrong, so the data part is written here as a whole.
     response.rest =
         to_bytes(zero_filled(length, 3) + zero_filled(crkslen, 3) + hex_field(block, fault));
     if (key.size() == SecureChannel::key_size) {
@@ -81,7 +81,7 @@ void answer_with_block(Device &device, const Bytes &block, const Bytes &key, con
     device.answer(std::move(response));
 }
 
-// Works on a key block that takes a search, a slice at a time.
+// Searches for a key block, a slice at a time.
 class KeyBlockWork : public Waiting {
 public:
     KeyBlockWork(Device &device, LeadingByteSearch search, Bytes key, Fault fault)
@@ -118,7 +118,7 @@ private:
 void open_secure(Device &device, const Bytes &rest) {
     const auto host_key = read_host_key(rest);
     const auto struck = device.strike_opn();
-    // A fault of another stage has no effect on the making of the block.
+    // Without a fault the kind is one of another stage, which does not affect the block.
     const Fault fault = struck.value_or(Fault{});
     if (fault.kind == FaultKind::opn_empty) {
         device.answer(status::ok);

@@ -6,9 +6,9 @@
 
 namespace sim::web {
 
-// Whose requests are served. A page of another site can make a browser send requests here, and a
-// name server of its own can make that site's name mean this machine; both give themselves away by
-// the headers Host and Origin.
+// Decides whose requests are served. A page of another site can make a browser send requests here,
+// and that site's name server can give its name this machine's address; the headers Host and Origin
+// show either.
 class Access {
 public:
     // The address that the server is bound to, as a number ("127.0.0.1", "::1", "0.0.0.0"), and

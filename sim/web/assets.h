@@ -4,7 +4,7 @@
 
 namespace sim::web {
 
-// A file of the page, kept in the executable.
+// A file of the page, embedded in the executable.
 struct Asset {
     std::string_view path; // as requested: "/", "/app.js"
     std::string_view type; // its media type

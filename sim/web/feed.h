@@ -9,20 +9,20 @@
 
 namespace sim::web {
 
-// Hands what the device tells from its thread to the server's. Safe from any thread.
+// Carries the frames of the line from the device's thread to the server's. Safe from any thread.
 class Feed {
 public:
     static constexpr std::size_t capacity = 4096;
 
-    // Something can be seen of the device that could not be seen before.
+    // Wakes the server, because what the page shows has changed.
     void touch();
-    // The same, and a frame crossed the line. When nobody takes the frames the oldest go.
+    // Adds a frame and wakes the server. When nobody takes the frames, the oldest are dropped.
     void add(const WireFrame &frame);
 
     // The frames since the last call.
     std::vector<WireFrame> take();
 
-    // The call that touch and add make, with the feed locked; it must only leave word.
+    // What touch and add call, with the feed locked; it must return at once.
     void set_waker(std::function<void()> waker);
 
 private:

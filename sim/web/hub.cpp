@@ -43,10 +43,10 @@ std::string frame_message(const WireFrame &frame, std::uint64_t number, double m
                  {"encrypted", view.encrypted}});
 }
 
-// Does at the device what a message says. Returns what its sender alone is to be told.
-class Obeying {
+// Carries a message out on the device. Returns the reply for its sender; empty when there is none.
+class MessageHandler {
 public:
-    explicit Obeying(Station &station) : station_(station), device_(station.device()) {}
+    explicit MessageHandler(Station &station) : station_(station), device_(station.device()) {}
 
     std::string operator()(const PressDigits &message) {
         device_->press(message.digits);
@@ -163,7 +163,7 @@ std::optional<std::string> Hub::obey(std::string_view text) {
         return problem_message(bad->why);
     }
     try {
-        std::string reply = std::visit(Obeying(station_), std::get<Message>(parsed));
+        std::string reply = std::visit(MessageHandler(station_), std::get<Message>(parsed));
         feed_.touch();
         return reply.empty() ? std::nullopt : std::optional(std::move(reply));
     } catch (const std::exception &problem) {

@@ -12,13 +12,13 @@
 
 namespace sim::web {
 
-// What all browsers are shown, ready to be sent, and what they ask for. Belongs to the server's
+// Prepares the messages for all browsers and carries out what they ask for. Belongs to the server's
 // thread.
 class Hub {
 public:
     Hub(Station &station, Feed &feed) : station_(station), feed_(feed) {}
 
-    // Looks at the device and the line again.
+    // Reads the device and the line again.
     void refresh();
 
     // The device as a message, and a number that changes with it.
@@ -26,10 +26,10 @@ public:
     std::uint64_t state_number() const { return state_number_; }
 
     // The frames after this number as a message, the newest when they are too many for one; sets
-    // the number to the last frame's. Empty-handed when there are none.
+    // the number to the last frame's. Nothing when there are none.
     std::optional<std::string> frames_after(std::uint64_t &number) const;
 
-    // Does what a browser asks. Returns what it alone is to be told, if anything.
+    // Does what a browser asks. Returns the reply for it alone, if there is one.
     std::optional<std::string> obey(std::string_view text);
 
     Station &station() { return station_; }

@@ -19,7 +19,7 @@ constexpr std::size_t max_digits = 64;
 constexpr std::size_t max_track = 255;
 constexpr std::size_t max_rule = 200;
 
-// Ends the reading of a message.
+// Thrown when a message cannot be used.
 struct Unusable {
     const char *why;
 };

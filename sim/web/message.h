@@ -52,7 +52,7 @@ struct BadMessage {
 
 constexpr std::size_t max_message = std::size_t{64} * 1024;
 
-// Reads a message. Throws nothing for any text whatever.
+// Reads a message. Throws for no text.
 std::variant<Message, BadMessage> parse_message(std::string_view text);
 
 } // namespace sim::web

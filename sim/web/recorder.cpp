@@ -196,7 +196,7 @@ void Recorder::step(Clock::time_point time, const std::string &words) {
 }
 
 void Recorder::key(Clock::time_point time, const std::string &name) {
-    // The keys of an event check are known by the event that is reported.
+    // An event check is recorded by the event that it reports.
     if (!script_ || script_->directive->kind == ScriptKind::event) {
         return;
     }
@@ -221,7 +221,7 @@ void Recorder::response(const JournalEntry &entry) {
     const std::string status = entry.field("status");
     const ScriptKind kind = script_->directive->kind;
     if (kind == ScriptKind::event) {
-        // One with an event waits for the frame, which says which.
+        // An event is recorded with the frame that carries it.
         if (status == "012") {
             step(entry.time, "timeout");
             end();

@@ -13,9 +13,8 @@
 
 namespace sim::web {
 
-// Follows a session by what the device tells of it, and writes it down as a scenario: a device
-// with that scenario does for the same commands, at the same pace, what the customer did and what
-// the faults did to the line.
+// Records a session as a scenario. For the same commands, a device with that scenario repeats what
+// the customer did, at the same pace, and the faults that struck.
 //
 // Not kept: what happens to the contactless card once it is in the field, and a cable pulled by
 // hand while no command waits for the customer (a comment tells of it). A recording ends after
@@ -24,14 +23,14 @@ class Recorder {
 public:
     static constexpr std::size_t most_lines = 4000;
 
-    // The scenario that the device runs; what it says of the device itself is kept. Times are
-    // written as a device whose clock runs that many times faster has to wait.
+    // Takes the scenario that the device runs, of which the lines about the device itself are kept,
+    // and its time scale, by which recorded times are multiplied.
     explicit Recorder(const std::string &base, double time_scale = 1.0);
 
     void entry(const JournalEntry &entry);
     void frame(const WireFrame &frame);
 
-    // A rule was armed, or laid down, by hand.
+    // A rule was armed or disarmed by hand.
     void armed(const std::string &rule);
     void disarmed(const std::string &rule);
 
@@ -45,8 +44,7 @@ private:
         std::string steps;
         Clock::time_point last_time;
     };
-    // A rule with the number of occasions that had gone by when it was armed, and how many it was
-    // there for.
+    // A rule, the number of occasions before it was armed, and the number until it was disarmed.
     struct Rule {
         std::string text;
         std::size_t before;
@@ -80,7 +78,7 @@ private:
     std::vector<Rule> rules_;
     std::optional<Script> script_;
 
-    // By command, and under the empty name for all of them.
+    // By command; the empty name counts all of them.
     std::map<std::string, std::size_t> acks_;
     std::map<std::string, std::size_t> responses_;
     std::map<std::string, std::size_t> replies_;

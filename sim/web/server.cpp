@@ -77,7 +77,7 @@ private:
         }
     }
 
-    // Called on the device's thread too: leaves word at most once until it was heard.
+    // Also called on the device's thread. Posts no second update while one is waiting.
     void wake() {
         if (!woken_.exchange(true)) {
             boost::asio::post(io_, [this] { plan_update(); });

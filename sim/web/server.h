@@ -20,7 +20,7 @@ struct ServerOptions {
 // reach them over WebSockets, at most some thirty times a second, however fast the line is.
 class Server {
 public:
-    // Throws std::runtime_error when the address is none or cannot be had. The station and the
+    // Throws std::runtime_error when the address is not one or cannot be bound. The station and the
     // feed must outlive the server.
     Server(Station &station, Feed &feed, const ServerOptions &options = {});
     ~Server();

@@ -12,8 +12,8 @@
 
 namespace sim::web {
 
-// The device on show, with what was armed by hand and what its session was so far. Another
-// scenario puts a fresh device into its place, on the same link. Safe from any thread.
+// The device that the page shows, the rules armed by hand and a record of the session. Replaying a
+// scenario replaces the device by a fresh one on the same link. Safe from any thread.
 class Station {
 public:
     // Throws as Simulator does. The listeners are called on the device's thread, with nothing
@@ -24,17 +24,17 @@ public:
     Station(const Station &) = delete;
     Station &operator=(const Station &) = delete;
 
-    // The device as it is now; one that was replaced meanwhile is unplugged for good.
+    // The current device. One that has been replaced stays unplugged.
     std::shared_ptr<Simulator> device() const;
     Scenario scenario() const;
 
     // A rule of the scenario language: a fault or a reply. Throws ScenarioError.
     void arm(const std::string &rule);
-    // Lays down a rule that was armed here. The scenario's own faults go with it, since a device
-    // can only forget them all.
+    // Disarms a rule that was armed here. The scenario's own faults go with it, since a device can
+    // only drop all of them.
     void disarm(const std::string &rule);
     void disarm_all();
-    // What was armed here and can still strike.
+    // The rules that were armed here and can still strike.
     std::vector<std::string> armed() const;
 
     // The session so far, as a scenario.

@@ -13,7 +13,7 @@ namespace {
 namespace websocket = boost::beast::websocket;
 using boost::beast::error_code;
 
-// How much a browser may be owed before nothing more is read from it.
+// Nothing is read from a browser for which so many replies are waiting.
 constexpr std::size_t most_replies = 16;
 
 } // namespace

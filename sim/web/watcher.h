@@ -16,19 +16,19 @@
 
 namespace sim::web {
 
-// A browser that is connected over a WebSocket. One that reads too slowly misses frames of the
-// line, it does not hold anything up. Belongs to the server's thread.
+// A browser connected over a WebSocket. One that reads too slowly misses frames and delays nobody.
+// Belongs to the server's thread.
 class Watcher : public std::enable_shared_from_this<Watcher> {
 public:
     using Request = boost::beast::http::request<boost::beast::http::string_body>;
 
     Watcher(boost::beast::tcp_stream stream, Hub &hub) : socket_(std::move(stream)), hub_(hub) {}
 
-    // Takes the connection over, with the request that asked for it; opened is called when the
-    // browser can be told something.
+    // Takes over the connection and the request that asked for it; opened is called when messages
+    // can be sent.
     void accept(const Request &request, const std::function<void()> &opened);
 
-    // Tells the browser what it has not been told yet, unless it is still being told something.
+    // Sends the browser what is new, unless a message is still being sent.
     void update();
 
     void close();

@@ -1,4 +1,4 @@
-// What opening, aborting and closing do to the session in each of its states.
+// The effect of opening, aborting and closing on the session in each of its states.
 
 #include "tests/api/exports_fixture.h"
 

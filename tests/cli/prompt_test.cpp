@@ -14,7 +14,7 @@ constexpr char PROMPT[] = "pinpad> ";
 
 class Prompt : public testing::Test {
 protected:
-    // Types when the prompt is there: before, the terminal is not the prompt's yet.
+    // Types once the prompt is shown; before that the terminal is not in its mode yet.
     void type(const std::string &text) {
         m_tool.waitForOutput(PROMPT);
         m_tool.type(text);

@@ -9,7 +9,7 @@ namespace tool {
 
 using Arguments = std::vector<std::string>;
 
-/// What became of a run of the tool.
+/// The outcome of a run of the tool.
 struct Outcome {
     int exit = -1; ///< -1 when a signal ended it
     std::string out;
@@ -20,7 +20,7 @@ struct Outcome {
 /// Which of the tool's streams are a terminal; the others are pipes.
 enum class Terminal { None, Error, All };
 
-/// The tool in a process of its own, which is gone when this is.
+/// The tool in a process of its own, which ends with this object.
 class Tool {
 public:
     explicit Tool(const Arguments &arguments, Terminal terminal = Terminal::None);
@@ -30,7 +30,7 @@ public:
 
     /// Types, or writes to standard input.
     void type(const std::string &text);
-    /// Goes away as the reader of standard output.
+    /// Closes the reading end of standard output.
     void closeOutput();
     void signal(int number);
 
@@ -56,7 +56,7 @@ private:
 /// Runs the tool to its end.
 Outcome run(const Arguments &arguments, const std::string &input = "");
 
-/// A file that is gone when this is.
+/// A file that is removed with this object.
 class TemporaryFile {
 public:
     explicit TemporaryFile(const std::string &content = "", const std::string &suffix = "");

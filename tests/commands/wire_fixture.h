@@ -80,7 +80,7 @@ protected:
 
     AbecsPinpad *pinpad() { return m_pinpad.get(); }
 
-    /// Nothing is going to come.
+    /// No answer will come.
     void hurry() { pcl_serial_set_time_divisor(HURRIED); }
     void takeTime() { pcl_serial_set_time_divisor(PATIENT); }
 
@@ -92,7 +92,7 @@ protected:
             line.write(reply);
         });
     }
-    /// The far end speaks unasked.
+    /// The far end sends without having been asked.
     void say(const Bytes &reply) {
         m_peer.finish();
         m_peer.play([reply](Peer &line) { line.write(reply); });

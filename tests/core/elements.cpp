@@ -25,7 +25,7 @@ std::uint32_t PCL_CALL sameHash(const void *) {
 }
 
 bool PCL_CALL equals(const void *left, const void *right) {
-    // The containers promise never to ask about a null.
+    // The containers never pass a null.
     if (left == nullptr || right == nullptr) {
         std::abort();
     }

@@ -199,7 +199,7 @@ TEST(Handler, MayThrowAnExceptionOfItsOwn) {
 
 TEST(Handler, MayJump) {
     const Installed handler(&jumping);
-    // One variable the jump may not lose.
+    // Static, so that the jump does not lose its value.
     static int came;
     came = setjmp(jumpBack);
     if (came == 0) {

@@ -97,7 +97,7 @@ TEST_F(Wipe, ADestroyedAesKeyIsGone) {
     pcl_aes_cbc_encrypt(key, nullptr, data.data(), data.data(), data.size());
     pcl_aes_ecb_decrypt(key, data.data(), data.data(), data.size());
     pcl_aes_key_destroy(&key);
-    // First there, before anything else is put in the place.
+    // Looked at first, before the memory is used again.
     EXPECT_FALSE(secret.standsAt(place));
     EXPECT_EQ(secret.occurrences(), 0U);
 }

@@ -140,7 +140,7 @@ void expectNextCommandWorks(AbecsPinpad *pinpad) {
     EXPECT_EQ(std::string(), failure.message);
 }
 
-// A device and a host's session with it, which one fault after the other strikes.
+// A device and a session with it, struck by one fault after the other.
 class Session {
 public:
     explicit Session(bool secure) : m_device(faults::scenario()), m_secure(secure) {

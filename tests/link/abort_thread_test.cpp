@@ -35,7 +35,7 @@ protected:
         return outcome;
     }
 
-    // The one that got no byte waited in vain; the one that did was not waiting for it.
+    // The one without a byte timed out; the other got a byte that it did not expect.
     static void expectShared(const Outcome &outcome, const std::string &disturbed) {
         const std::string timedOut =
             failures::text(PCL_RESULT_TIMEOUT_ERROR, "Timeout waiting for data");

@@ -60,7 +60,7 @@ TEST_F(Session, RefusesASecondPendingCommand) {
     ASSERT_NO_FAILURE(abecs_pinpad_set_pending(pinpad(), "GCD"));
     const char *blocked = "Connection is blocked waiting for GCD response";
     EXPECT_FAILURE(abecs_pinpad_check_not_blocked(pinpad()), PCL_RESULT_ILLEGAL_STATE, blocked);
-    // That comes before the identifier is looked at.
+    // That is checked before the identifier.
     for (const char *cmdId : {"CEX", "GCD", "GC", "", static_cast<const char *>(nullptr)}) {
         EXPECT_FAILURE(abecs_pinpad_set_pending(pinpad(), cmdId), PCL_RESULT_ILLEGAL_STATE,
                        blocked);

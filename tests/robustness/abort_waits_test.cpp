@@ -66,7 +66,7 @@ TEST_P(AbortDuring, EachKindOfWait) {
     const Wait &wait = waits().at(GetParam());
     m_peer.play([&wait](Peer &line) {
         line.write(wait.sent);
-        // Answers every abort until nobody asks any more, and hears the NAKs of the other side.
+        // Answers every abort until none comes any more, and reads the NAKs of the other side.
         for (int quiet = 0; quiet < 60;) {
             if (line.waiting() == 0) {
                 line.pause(10ms);

@@ -42,7 +42,7 @@ DeviceProgram::DeviceProgram(const std::string &folder, const std::string &scena
     : m_port(folder + "/port") {
     const std::string file = folder + "/scenario";
     writeFile(file, scenario);
-    // What a killed one has left behind.
+    // Left behind by one that was killed.
     std::filesystem::remove(m_port);
     int output[2];
     if (::pipe2(output, O_CLOEXEC) != 0) {

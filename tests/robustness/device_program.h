@@ -24,7 +24,7 @@ private:
     std::string m_port;
 };
 
-/// A folder that goes with the object.
+/// A folder that is removed with the object.
 class TemporaryFolder {
 public:
     TemporaryFolder();

@@ -1,4 +1,4 @@
-// The host dies without a word: whoever comes next finds the port free.
+// The host is killed: the next one finds the port free.
 
 #include "abecs/commands/display.h"
 #include "abecs/open.h"

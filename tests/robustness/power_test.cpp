@@ -1,5 +1,5 @@
-// The device dies without a word at every stage of every command: the line is reported as gone at
-// once, and the port can be opened again as soon as a device is back.
+// The device is killed at every stage of every command: the line is reported as gone at once, and
+// the port can be opened again as soon as a device is back.
 
 #include "abecs/commands/display.h"
 #include "abecs/open.h"

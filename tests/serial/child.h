@@ -95,8 +95,8 @@ std::string unprivileged(Body body) {
     return text;
 }
 
-/// Runs the body in a background job that nobody looks after any more, on the open terminal:
-/// such a process may read the terminal's settings but not change them (EIO).
+/// Runs the body in an orphaned background job on the open terminal: such a process may read the
+/// terminal's settings but not change them (EIO).
 template <typename Body>
 std::string orphanedOn(int terminal, Body body) {
     Pipe result;
@@ -127,7 +127,7 @@ std::string orphanedOn(int terminal, Body body) {
     return text;
 }
 
-/// A process that holds something from the moment it is made until it is destroyed.
+/// A process that holds something as long as this object lives.
 class Holder {
 public:
     template <typename Body>

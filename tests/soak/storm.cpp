@@ -222,7 +222,7 @@ void Storm::recover(const faults::Command &command, const FaultPlan &plan, const
         must("abort", [&] { abecs_link_abort(m_pinpad.get()); });
     }
     if (command.changesChannel) {
-        // It may be closed now, and after a failure the two sides may disagree about it.
+        // The session may be closed now, and after a failure the two sides may disagree about that.
         openChannel();
     }
     if (outcome.struck || m_report.exchanges % 16 == 0) {

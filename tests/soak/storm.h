@@ -48,7 +48,7 @@ public:
     Storm(const Storm &) = delete;
     Storm &operator=(const Storm &) = delete;
 
-    /// Throws std::runtime_error at the first thing that must not be, naming exchange and faults.
+    /// Throws std::runtime_error at the first violation, naming exchange and faults.
     StormReport run();
 
 private:

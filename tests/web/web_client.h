@@ -15,9 +15,9 @@ public:
     Connection(const Connection &) = delete;
     Connection &operator=(const Connection &) = delete;
 
-    // What the server hangs up on does not matter here.
+    // Ignores a connection that the server has closed.
     void write(const std::string &bytes) const;
-    // The next bytes, as many; throws std::runtime_error when the server hangs up or is too slow.
+    // Exactly so many bytes; throws std::runtime_error when the server hangs up or is too slow.
     std::string read(std::size_t count) const;
     std::string read_until(const std::string &end) const;
     std::string read_to_end() const;
