@@ -70,7 +70,7 @@ public:
     std::string name() const override { return "mifare write"; }
     std::string summary() const override { return "Write bytes into a block"; }
     std::string example() const override {
-        return "pinpad --port ttyUSB0 mifare write 4 00112233 --from 12 --key B:FFFFFFFFFFFF";
+        return "pinpad --port ttyUSB0 mifare write 4 00112233 --from 12 --key A:FFFFFFFFFFFF";
     }
     void declareArguments(CLI::App &app) override;
     void prepare() override;
@@ -87,7 +87,7 @@ public:
     std::string name() const override { return "mifare value"; }
     std::string summary() const override { return "Read, set, change or copy a value block"; }
     std::string example() const override {
-        return "pinpad --port ttyUSB0 mifare value 4 subtract 250 --key B:FFFFFFFFFFFF";
+        return "pinpad --port ttyUSB0 mifare value 4 subtract 250 --key A:FFFFFFFFFFFF";
     }
     void declareArguments(CLI::App &app) override;
     void prepare() override;

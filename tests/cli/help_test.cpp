@@ -1,4 +1,5 @@
 #include "cli/command.h"
+#include "sim/simulator.h"
 #include "tests/cli/tool.h"
 
 #include <gmock/gmock.h>
@@ -81,7 +82,51 @@ TEST(Help, ListsEveryCommand) {
     }
 }
 
-TEST(Help, ExamplesAreTakenByTheTool) {
+// The lines of a shell that a help gives as examples.
+std::vector<std::string> examplesIn(const std::string &help) {
+    std::vector<std::string> examples;
+    bool inExamples = false;
+    for (const std::string &line : tool::linesOf(help)) {
+        if (line == "Example:" || line == "Examples:") {
+            inExamples = true;
+        } else if (inExamples && line.rfind("  ", 0) == 0) {
+            examples.push_back(line.substr(2));
+        } else {
+            inExamples = false;
+        }
+    }
+    return examples;
+}
+
+// What stands on the PIN pad's side before an example: a customer, media and a card with a value.
+constexpr char EXAMPLE_DEVICE[] = "capture * keys 12345 enter\n"
+                                  "event * key enter\n"
+                                  "qrcode * enter\n"
+                                  "survey * press 1\n"
+                                  "cxsurvey * press 1 enter\n"
+                                  "media LOGO text \"a\"\n"
+                                  "media INTRO text \"a\"\n"
+                                  "media OFFER text \"b\"\n"
+                                  "media BYE text \"c\"\n"
+                                  "mifare uid 04A1B2C3 value 4 1000\n";
+
+TEST(Help, EveryExampleWorks) {
+    const std::regex port("ttyUSB0");
+    const tool::Folder folder;
+    folder.write("logo.png", "an image");
+    folder.write("morning.pin", "display 'BOM DIA'\ncapture --max 11\n");
+    for (const Arguments &command : commands()) {
+        const std::vector<std::string> examples = examplesIn(helpOf(command));
+        EXPECT_FALSE(examples.empty()) << command.back();
+        for (const std::string &example : examples) {
+            const sim::Simulator device(EXAMPLE_DEVICE);
+            const Outcome outcome = folder.shell(std::regex_replace(example, port, device.port()));
+            EXPECT_EQ(outcome.exit, 0) << example << "\n" << outcome.err;
+        }
+    }
+}
+
+TEST(Help, EveryExampleIsOfItsCommand) {
     for (const cli::CommandPtr &command : cli::makeCommands()) {
         EXPECT_THAT(command->example(), HasSubstr(" " + command->name()));
     }

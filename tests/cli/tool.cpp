@@ -3,7 +3,9 @@
 #include <array>
 #include <cerrno>
 #include <csignal>
+#include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <regex>
@@ -214,6 +216,38 @@ TemporaryFile::~TemporaryFile() {
 
 std::string TemporaryFile::content() const {
     return readFile(m_path);
+}
+
+Folder::Folder() {
+    if (::mkdtemp(m_path.data()) == nullptr) {
+        throw std::runtime_error("no temporary folder");
+    }
+}
+
+Folder::~Folder() {
+    std::error_code ignored;
+    std::filesystem::remove_all(m_path, ignored);
+}
+
+void Folder::write(const std::string &name, const std::string &content) const {
+    std::ofstream(m_path + "/" + name, std::ios::binary) << content;
+}
+
+Outcome Folder::shell(const std::string &line) const {
+    const TemporaryFile errors;
+    const std::string tools = std::filesystem::path(PINPAD_TOOL).parent_path().string();
+    const std::string whole =
+        "cd " + m_path + " && PATH=" + tools + ":$PATH && {\n" + line + "\n} 2>" + errors.path();
+    Outcome outcome;
+    std::FILE *pipe = ::popen(whole.c_str(), "r");
+    std::array<char, 4096> bytes;
+    while (const std::size_t count = std::fread(bytes.data(), 1, bytes.size(), pipe)) {
+        outcome.out.append(bytes.data(), count);
+    }
+    const int status = ::pclose(pipe);
+    outcome.exit = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    outcome.err = errors.content();
+    return outcome;
 }
 
 std::string readFile(const std::string &path) {

@@ -71,6 +71,24 @@ private:
     std::string m_path;
 };
 
+/// A folder that is gone, with what is in it, when this is.
+class Folder {
+public:
+    Folder();
+    ~Folder();
+    Folder(const Folder &) = delete;
+    Folder &operator=(const Folder &) = delete;
+
+    const std::string &path() const { return m_path; }
+    void write(const std::string &name, const std::string &content) const;
+
+    /// Runs a line of a shell in the folder; the tool is `pinpad` there.
+    Outcome shell(const std::string &line) const;
+
+private:
+    std::string m_path = "/tmp/pinpad-cli-test-XXXXXX";
+};
+
 std::string readFile(const std::string &path);
 
 std::vector<std::string> linesOf(const std::string &text);
