@@ -5,8 +5,6 @@
 #include "cli/simulation.h"
 #include "cli/trace/trace.h"
 
-#include <iostream>
-
 namespace cli {
 
 namespace {
@@ -58,7 +56,7 @@ ExitStatus runApplication(int argc, const char *const *argv) {
     try {
         line.parse(argc, argv);
     } catch (const CLI::ParseError &error) {
-        return line.report(error);
+        return line.report(error, output);
     } catch (const UsageError &error) {
         return output.usage(error.what());
     }

@@ -12,6 +12,8 @@
 #include "cli/commands/session.h"
 #include "cli/commands/survey.h"
 
+#include <sstream>
+
 namespace cli {
 
 namespace {
@@ -108,6 +110,12 @@ Command &CommandSet::selected() const {
         }
     }
     throw UsageError("No command given.");
+}
+
+std::string CommandSet::answer(const CLI::App &app, const CLI::ParseError &request) {
+    std::ostringstream text;
+    app.exit(request, text, text);
+    return text.str();
 }
 
 std::string CommandSet::explain(const CLI::App &app, const CLI::ParseError &error) {

@@ -62,6 +62,9 @@ public:
     /// The one that the parsed arguments select.
     Command &selected() const;
 
+    /// The help or the version that arguments asked `app` for.
+    static std::string answer(const CLI::App &app, const CLI::ParseError &request);
+
     /// What is wrong with arguments that `app` did not take.
     static std::string explain(const CLI::App &app, const CLI::ParseError &error);
 

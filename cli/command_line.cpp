@@ -5,8 +5,6 @@
 #include "cli/simulation.h"
 #include "cli/text.h"
 
-#include <iostream>
-
 namespace cli {
 
 namespace {
@@ -99,14 +97,12 @@ void CommandLine::checkSettings() {
     }
 }
 
-ExitStatus CommandLine::report(const CLI::ParseError &error) const {
-    if (error.get_exit_code() == 0) {
-        m_app.exit(error, std::cout, std::cerr);
-        return ExitStatus::Done;
+ExitStatus CommandLine::report(const CLI::ParseError &error, Output &output) const {
+    if (error.get_exit_code() != 0) {
+        return output.unreadable(CommandSet::explain(m_app, error));
     }
-    std::cerr << CommandSet::explain(m_app, error) << "\nRun with --help for more information."
-              << std::endl;
-    return ExitStatus::Usage;
+    output.text(CommandSet::answer(m_app, error));
+    return ExitStatus::Done;
 }
 
 } // namespace cli

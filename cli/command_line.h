@@ -19,7 +19,7 @@ public:
     void parse(int argc, const char *const *argv);
 
     /// Tells what a CLI::ParseError is about and returns what to exit with.
-    ExitStatus report(const CLI::ParseError &error) const;
+    ExitStatus report(const CLI::ParseError &error, Output &output) const;
 
     Settings &settings() { return m_settings; }
     Command &command() const { return m_commands->selected(); }

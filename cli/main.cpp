@@ -1,4 +1,5 @@
 #include "cli/application.h"
+#include "cli/text.h"
 
 #include <exception>
 #include <iostream>
@@ -7,7 +8,7 @@ int main(int argc, char **argv) {
     try {
         return static_cast<int>(cli::runApplication(argc, argv));
     } catch (const std::exception &error) {
-        std::cerr << "pinpad: " << error.what() << std::endl;
+        std::cerr << "pinpad: " << cli::visible(error.what()) << std::endl;
         return static_cast<int>(cli::ExitStatus::Failure);
     }
 }

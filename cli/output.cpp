@@ -23,6 +23,17 @@ std::string cardText(const CardRefused &refused) {
                         : answer + ": " + name + ". " + mifareStatusExplanation(refused.status);
 }
 
+// The names of files, and what is typed, need not be UTF-8.
+void makeUtf8(Json &value) {
+    if (value.is_string()) {
+        value = asUtf8(value.get_ref<const std::string &>());
+    } else if (value.is_structured()) {
+        for (Json &inside : value) {
+            makeUtf8(inside);
+        }
+    }
+}
+
 } // namespace
 
 void Output::setPlace(std::string script, std::size_t line) {
@@ -45,8 +56,10 @@ void Output::object(const Json &fields) {
     for (const auto &[name, value] : fields.items()) {
         whole[name] = value;
     }
-    // What a PIN pad sends is Latin-1 turned into UTF-8; what is typed may be anything.
-    std::cout << whole.dump(-1, ' ', false, Json::error_handler_t::replace) << std::endl;
+    makeUtf8(whole);
+    // ASCII alone: JSON leaves DEL and the control characters above it as they are otherwise.
+    constexpr bool ENSURE_ASCII = true;
+    text(whole.dump(-1, ' ', ENSURE_ASCII) + "\n");
 }
 
 void Output::result(const std::string &text, const Json &fields) {
@@ -60,18 +73,23 @@ void Output::lines(const std::vector<std::string> &texts, const Json &fields) {
         object(whole);
         return;
     }
-    for (const std::string &text : texts) {
-        std::cout << text << '\n';
+    std::string whole;
+    for (const std::string &line : texts) {
+        whole += visible(line) + "\n";
     }
-    std::cout << std::flush;
+    text(whole);
 }
 
-void Output::happened(const std::string &text, const Json &fields) {
+void Output::happened(const std::string &line, const Json &fields) {
     if (m_settings.json) {
         object(fields);
     } else {
-        std::cout << text << std::endl;
+        text(visible(line) + "\n");
     }
+}
+
+void Output::text(const std::string &text) {
+    std::cout << text << std::flush;
 }
 
 ExitStatus Output::problem(const std::exception_ptr &problem) {
@@ -116,6 +134,11 @@ ExitStatus Output::usage(const std::string &text) {
     return tell(ExitStatus::Usage, "usage", text);
 }
 
+ExitStatus Output::unreadable(const std::string &text) {
+    std::cerr << visible(text) << "\nRun with --help for more information." << std::endl;
+    return ExitStatus::Usage;
+}
+
 ExitStatus Output::tell(ExitStatus exit, const char *kind, const std::string &text,
                         const Json &fields) {
     if (m_settings.json) {
@@ -125,11 +148,10 @@ ExitStatus Output::tell(ExitStatus exit, const char *kind, const std::string &te
         object(whole);
         return exit;
     }
-    std::cout << std::flush;
     if (m_line) {
-        std::cerr << m_script << ':' << *m_line << ": ";
+        std::cerr << visible(m_script) << ':' << *m_line << ": ";
     }
-    std::cerr << text << std::endl;
+    std::cerr << visible(text) << std::endl;
     return exit;
 }
 

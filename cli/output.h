@@ -16,7 +16,8 @@ namespace cli {
 using Json = nlohmann::ordered_json;
 
 /// Tells results. Results for people go to standard output and problems to standard error; with
-/// --json both are objects on standard output, one a line.
+/// --json both are objects on standard output, one a line. Texts may hold whatever a PIN pad or the
+/// name of a file brings: nothing of it that a terminal would obey is printed as it is.
 class Output {
 public:
     explicit Output(const Settings &settings) : m_settings(settings) {}
@@ -33,12 +34,17 @@ public:
     void lines(const std::vector<std::string> &texts, const Json &fields);
 
     /// Something that happened before the result.
-    void happened(const std::string &text, const Json &fields);
+    void happened(const std::string &line, const Json &fields);
+
+    /// Help, or a drawing: nothing but what the tool itself makes, as it is.
+    void text(const std::string &text);
 
     /// Tells the problem that is being handled and returns what to exit with.
     ExitStatus problem(const std::exception_ptr &problem);
     /// A problem found before any command could run.
     ExitStatus usage(const std::string &text);
+    /// Arguments that cannot be taken apart: a text with --json, too.
+    ExitStatus unreadable(const std::string &text);
 
 private:
     void object(const Json &fields);

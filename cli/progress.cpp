@@ -1,6 +1,7 @@
 #include "cli/progress.h"
 
 #include "cli/terminal.h"
+#include "cli/text.h"
 
 #include <algorithm>
 #include <cmath>
@@ -52,8 +53,8 @@ ProgressStyle progressStyle(const Settings &settings) {
     return isTerminal(Stream::Error) && !traceToError ? ProgressStyle::Bar : ProgressStyle::Lines;
 }
 
-Progress::Progress(std::string what, ProgressStyle style)
-    : m_what(std::move(what)), m_style(style) {}
+Progress::Progress(std::string_view what, ProgressStyle style)
+    : m_what(visible(what)), m_style(style) {}
 
 Progress::~Progress() {
     if (m_barStands) {

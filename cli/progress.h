@@ -5,6 +5,7 @@
 #include <chrono>
 #include <cstdint>
 #include <string>
+#include <string_view>
 
 namespace cli {
 
@@ -19,7 +20,7 @@ ProgressStyle progressStyle(const Settings &settings);
 /// Tells on standard error how far something has come.
 class Progress {
 public:
-    Progress(std::string what, ProgressStyle style);
+    Progress(std::string_view what, ProgressStyle style);
     /// Ends the line of an unfinished bar.
     ~Progress();
     Progress(const Progress &) = delete;

@@ -2,8 +2,10 @@
 
 #include "cli/problem.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <cstdio>
+#include <iterator>
 #include <optional>
 
 namespace cli {
@@ -12,6 +14,28 @@ namespace {
 
 constexpr char32_t FIRST_CHARACTER = 0x20;
 constexpr char32_t LAST_CHARACTER = 0xFF;
+
+constexpr char32_t LAST_CODE_POINT = 0x10FFFF;
+
+struct CodePoints {
+    char32_t first;
+    char32_t last;
+};
+
+constexpr CodePoints SURROGATES{0xD800, 0xDFFF};
+
+// What a terminal obeys.
+constexpr CodePoints OBEYED[] = {{0x00, 0x1F},     {0x7F, 0x9F},     {0x061C, 0x061C},
+                                 {0x200E, 0x200F}, {0x2028, 0x202E}, {0x2066, 0x2069}};
+
+constexpr bool holds(const CodePoints &range, char32_t character) {
+    return character >= range.first && character <= range.last;
+}
+
+bool isShown(char32_t character) {
+    return std::none_of(std::begin(OBEYED), std::end(OBEYED),
+                        [character](const auto &range) { return holds(range, character); });
+}
 
 bool isContinuation(char byte) {
     return (static_cast<std::uint8_t>(byte) & 0xC0U) == 0x80U;
@@ -41,7 +65,7 @@ std::optional<char32_t> takeCharacter(std::string_view &text) {
             }
             character = character << 6U | (static_cast<std::uint8_t>(text[i]) & 0x3FU);
         }
-        if (character < form.least) {
+        if (character < form.least || character > LAST_CODE_POINT || holds(SURROGATES, character)) {
             return std::nullopt;
         }
         text.remove_prefix(form.size);
@@ -65,9 +89,9 @@ std::optional<char> takeSpecial(std::string_view &text) {
     return std::nullopt;
 }
 
-std::string codePoint(char32_t character) {
+std::string hexDigits(char32_t character, int atLeast) {
     char text[16];
-    std::snprintf(text, sizeof text, "U+%04X", static_cast<unsigned>(character));
+    std::snprintf(text, sizeof text, "%0*X", atLeast, static_cast<unsigned>(character));
     return text;
 }
 
@@ -81,8 +105,8 @@ char toByte(std::string_view &text, const char *what) {
         const std::string shown(before.substr(0, before.size() - text.size()));
         throw UsageError(std::string("The ") + what +
                          " has a character that the PIN pad cannot show: " +
-                         (*character < FIRST_CHARACTER ? "" : "'" + shown + "' ") + "(" +
-                         codePoint(*character) + "). It takes U+0020 to U+00FF.");
+                         (*character < FIRST_CHARACTER ? "" : "'" + shown + "' ") + "(U+" +
+                         hexDigits(*character, 4) + "). It takes U+0020 to U+00FF.");
     }
     return static_cast<char>(static_cast<std::uint8_t>(*character));
 }
@@ -95,9 +119,30 @@ std::string toUtf8(char byte) {
     return {static_cast<char>(0xC0U | value >> 6U), static_cast<char>(0x80U | (value & 0x3FU))};
 }
 
-bool isControl(char byte) {
-    const auto value = static_cast<std::uint8_t>(byte);
-    return value < 0x20 || (value >= 0x7F && value < 0xA0);
+std::string escaped(char32_t character) {
+    if (character == U'\r') {
+        return "\\r";
+    }
+    return character <= 0xFF ? "\\x" + hexDigits(character, 2) : "\\u" + hexDigits(character, 4);
+}
+
+// The text with every byte that is no UTF-8, and every character that is not kept, escaped.
+template <typename IsKept>
+std::string escapedUnless(IsKept isKept, std::string_view text) {
+    std::string result;
+    while (!text.empty()) {
+        const std::string_view before = text;
+        const std::optional<char32_t> character = takeCharacter(text);
+        if (!character) {
+            result += escaped(static_cast<std::uint8_t>(text.front()));
+            text.remove_prefix(1);
+        } else if (isKept(*character)) {
+            result += before.substr(0, before.size() - text.size());
+        } else {
+            result += escaped(*character);
+        }
+    }
+    return result;
 }
 
 } // namespace
@@ -128,20 +173,20 @@ std::string fromDevice(std::string_view bytes) {
     return text;
 }
 
+std::string visible(std::string_view text) {
+    return escapedUnless(isShown, text);
+}
+
 std::string fromDeviceVisibly(std::string_view bytes) {
     std::string text;
     for (const char byte : bytes) {
-        if (byte == '\r') {
-            text += "\\r";
-        } else if (isControl(byte)) {
-            char escaped[5];
-            std::snprintf(escaped, sizeof escaped, "\\x%02X", static_cast<std::uint8_t>(byte));
-            text += escaped;
-        } else {
-            text += toUtf8(byte);
-        }
+        text += toUtf8(byte);
     }
-    return text;
+    return visible(text);
+}
+
+std::string asUtf8(std::string_view text) {
+    return escapedUnless([](char32_t) { return true; }, text);
 }
 
 } // namespace cli

@@ -20,8 +20,16 @@ std::string toDevice(std::string_view text, const char *what, std::size_t maximu
 /// UTF-8 for bytes of the PIN pad; carriage returns become line feeds.
 std::string fromDevice(std::string_view bytes);
 
-/// The same on one line and without anything that a terminal would obey: carriage return as \r,
-/// other control characters as \xNN.
+/// What may be anything (the name of a file, the text of a failure) on one line and without
+/// anything that a terminal would obey: carriage return as \r, other control characters, and bytes
+/// that are no UTF-8, as \xNN; characters that end a line or turn the direction of writing as
+/// \uNNNN.
+std::string visible(std::string_view text);
+
+/// The same for bytes of the PIN pad.
 std::string fromDeviceVisibly(std::string_view bytes);
+
+/// What may be anything as UTF-8: bytes that are none as \xNN.
+std::string asUtf8(std::string_view text);
 
 } // namespace cli

@@ -48,11 +48,13 @@ void MediaListCommand::run(Context &context) {
     TextList stored;
     context.device.run([&](AbecsPinpad *pinpad) { return abecs_lmf(pinpad, stored.get()); });
     std::vector<std::string> names;
+    std::vector<std::string> lines;
     for (const std::string &name : stored.texts()) {
-        names.push_back(fromDeviceVisibly(name));
+        names.push_back(fromDevice(name));
+        lines.push_back(fromDeviceVisibly(name));
     }
     const std::vector<std::string> none = {"The PIN pad has no media files."};
-    context.output.lines(names.empty() ? none : names, Json{{"media", names}});
+    context.output.lines(lines.empty() ? none : lines, Json{{"media", names}});
 }
 
 void MediaLoadCommand::declareArguments(CLI::App &app) {

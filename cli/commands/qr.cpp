@@ -51,7 +51,11 @@ void QrCommand::draw(const Context &context) const {
         context.output.lines({"The code is wider than this terminal and not shown here."}, {});
         return;
     }
-    context.output.lines(drawQrCode(modules, onTerminal ? Ink::Black : Ink::OfText), {});
+    std::string drawing;
+    for (const std::string &line : drawQrCode(modules, onTerminal ? Ink::Black : Ink::OfText)) {
+        drawing += line + "\n";
+    }
+    context.output.text(drawing);
 }
 
 void QrCommand::run(Context &context) {

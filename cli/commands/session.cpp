@@ -3,12 +3,12 @@
 #include "cli/interrupt.h"
 #include "cli/prompt.h"
 #include "cli/terminal.h"
+#include "cli/text.h"
 #include "cli/words.h"
 
 #include <algorithm>
 #include <fstream>
 #include <functional>
-#include <iostream>
 
 namespace cli {
 
@@ -27,13 +27,13 @@ public:
 
     CLI::App &app() { return m_app; }
 
-    // The command with its arguments; null when the line asked for help, which has been printed.
-    Command *parse(std::vector<std::string> words) {
+    // The command with its arguments; null when the line asked for help, which is printed.
+    Command *parse(std::vector<std::string> words, Output &output) {
         std::reverse(words.begin(), words.end());
         try {
             m_app.parse(words);
         } catch (const CLI::Success &help) {
-            m_app.exit(help);
+            output.text(CommandSet::answer(m_app, help));
             return nullptr;
         } catch (const CLI::ParseError &error) {
             throw UsageError(CommandSet::explain(m_app, error));
@@ -109,8 +109,8 @@ void SessionCommand::runScript(Context &context) {
 }
 
 void SessionCommand::runPrompt(Context &context) {
-    std::cout << "Session with the PIN pad on " << context.settings.port
-              << ". `help` lists the commands, Ctrl-D ends it." << std::endl;
+    context.output.text("Session with the PIN pad on " + visible(context.settings.port) +
+                        ". `help` lists the commands, Ctrl-D ends it.\n");
     const std::unique_ptr<Prompt> prompt = makePrompt(PROMPT, wordsOfCommands());
     while (const std::optional<std::string> line = prompt->ask()) {
         if (runLine(context, *line, true) == Next::End) {
@@ -131,11 +131,11 @@ SessionCommand::Next SessionCommand::runLine(Context &context, const std::string
         }
         LineParser parser;
         if (words.size() == 1 && words[0] == "help") {
-            std::cout << parser.app().help() << std::flush;
+            context.output.text(parser.app().help());
             return Next::Line;
         }
         context.output.setCommand(words[0]);
-        Command *command = parser.parse(words);
+        Command *command = parser.parse(words, context.output);
         if (command == nullptr) {
             return Next::Line;
         }

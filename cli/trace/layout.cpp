@@ -1,5 +1,6 @@
 #include "cli/trace/layout.h"
 
+#include "cli/text.h"
 #include "cli/trace/body_reader.h"
 
 #include <cstdio>
@@ -48,7 +49,8 @@ std::size_t columnsOf(const std::string &words) {
     return columns;
 }
 
-void append(std::string &text, const std::string &words, const ToldLine &line) {
+void append(std::string &text, const std::string &toldWords, const ToldLine &line) {
+    const std::string words = visible(toldWords);
     text += words;
     std::size_t column = columnsOf(words);
     for (const std::string &hex : hexLines(line)) {

@@ -72,6 +72,17 @@ TEST(Text, CountsCharactersAndNotBytes) {
                 ThrowsMessage<UsageError>(HasSubstr("too long: 3 characters, at most 2")));
 }
 
+TEST(Text, ShowsWhatIsNoUtf8) {
+    EXPECT_EQ(cli::visible("\xC3\xA9 \xE6\x97\xA5 \xF0\x9F\x98\x80 \\"),
+              "\xC3\xA9 \xE6\x97\xA5 \xF0\x9F\x98\x80 \\");
+    EXPECT_EQ(cli::visible("a\nb\rc\x1B\x7F\xC2\x9B"), "a\\x0Ab\\rc\\x1B\\x7F\\x9B");
+    EXPECT_EQ(cli::visible("\xE9\xC3"), "\\xE9\\xC3");
+    EXPECT_EQ(cli::visible("\xED\xA0\x80"), "\\xED\\xA0\\x80");
+    EXPECT_EQ(cli::visible("\xF4\x90\x80\x80"), "\\xF4\\x90\\x80\\x80");
+    EXPECT_EQ(cli::visible("\xE2\x80\xAE\xD8\x9C"), "\\u202E\\u061C");
+    EXPECT_EQ(cli::asUtf8("a\nb\x1B\xC2\x9B\xFF"), "a\nb\x1B\xC2\x9B\\xFF");
+}
+
 TEST(Text, ShowsControlCharactersInsteadOfObeyingThem) {
     EXPECT_EQ(fromDeviceVisibly("a\x1B[2J\r\x9B\x7F\xE9"), "a\\x1B[2J\\r\\x9B\\x7F\xC3\xA9");
 }
