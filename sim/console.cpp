@@ -53,6 +53,11 @@ std::string readable(const Bytes &body) {
     return text;
 }
 
+// The name of the port is the system's own and may be of any bytes; all else is Latin-1.
+std::string utf8_field(const JournalEntry &entry, const std::string &value) {
+    return entry.kind == "port" ? visible(value) : to_utf8(value);
+}
+
 std::string quoted_field(const JournalEntry &entry, const std::string &name) {
     return "\"" + to_utf8(entry.field(name)) + "\"";
 }
@@ -78,7 +83,7 @@ std::string other_line(const JournalEntry &entry) {
     std::string text = entry.kind;
     for (const auto &[name, value] : entry.fields) {
         if (!value.empty()) {
-            text += " " + name + "=" + to_utf8(value);
+            text += " " + name + "=" + utf8_field(entry, value);
         }
     }
     return text;
@@ -115,7 +120,7 @@ std::string text_line(const JournalEntry &entry) {
 nlohmann::json json_entry(const JournalEntry &entry) {
     nlohmann::json object{{"kind", entry.kind}};
     for (const auto &[name, value] : entry.fields) {
-        const std::string text = to_utf8(value);
+        const std::string text = utf8_field(entry, value);
         if (entry.kind == "display" && name.rfind("line", 0) == 0) {
             object["lines"].push_back(text);
         } else if (entry.kind == "display" && name == "media") {
@@ -129,17 +134,23 @@ nlohmann::json json_entry(const JournalEntry &entry) {
     return object;
 }
 
+// ASCII alone: JSON leaves DEL and the control characters above it as they are otherwise.
+std::string json_line(const nlohmann::json &object) {
+    constexpr bool ensure_ascii = true;
+    return object.dump(-1, ' ', ensure_ascii);
+}
+
 } // namespace
 
 void Console::open(const std::string &port) {
     const std::lock_guard lock(mutex_);
     opened_ = true;
-    out_ << port << '\n' << backlog_ << std::flush;
+    out_ << visible(port) << '\n' << backlog_ << std::flush;
     backlog_.clear();
 }
 
 void Console::entry(const JournalEntry &entry) {
-    line(style_ == Style::json ? json_entry(entry).dump() : text_line(entry));
+    line(style_ == Style::json ? json_line(json_entry(entry)) : visible(text_line(entry)));
 }
 
 void Console::frame(const WireFrame &frame) {
@@ -151,7 +162,7 @@ void Console::frame(const WireFrame &frame) {
                                     {"encrypted", frame.encrypted},
                                     {"body", to_hex(frame.body)},
                                     {"raw", to_hex(frame.raw)}};
-        line(object.dump());
+        line(json_line(object));
         return;
     }
     std::string text = frame.direction == Direction::from_host ? "host   > " : "device > ";

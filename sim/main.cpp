@@ -50,6 +50,11 @@ std::string read_file(const std::string &path) {
     return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
 }
 
+// One line on standard error.
+void tell(const std::string &text) {
+    std::cerr << sim::visible(text) << std::endl;
+}
+
 // Makes termination signals a descriptor to poll. Blocks them for this thread and those started
 // after it.
 class TerminationSignals {
@@ -126,7 +131,7 @@ private:
                 words >> word;
                 press_buttons(word);
             } else if (!press(word) && !handle(word)) {
-                std::cerr << "not understood: " << word << std::endl;
+                tell("not understood: " + word);
             }
         }
     }
@@ -135,7 +140,7 @@ private:
         const auto cards = station_.scenario().cards;
         const auto found = cards.find(name);
         if (found == cards.end()) {
-            std::cerr << "no such card: " << name << std::endl;
+            tell("no such card: " + name);
         } else {
             station_.device()->swipe(found->second);
         }
@@ -214,10 +219,10 @@ std::unique_ptr<sim::web::Server> serve_web(const Settings &settings, sim::web::
     options.port = settings.web_port.value_or(0);
     auto server = std::make_unique<sim::web::Server>(station, feed, options);
     if (!server->local()) {
-        std::cerr << "warning: whoever reaches " << settings.web_address << " port "
-                  << server->port() << " can see and use this PIN pad" << std::endl;
+        tell("warning: whoever reaches " + settings.web_address + " port " +
+             std::to_string(server->port()) + " can see and use this PIN pad");
     }
-    std::cerr << "open " << server->url() << std::endl;
+    tell("open " + server->url());
     return server;
 }
 
@@ -288,7 +293,15 @@ int start(int argc, char **argv) {
         ->needs("--web")
         ->capture_default_str();
     settings.options.keep_logs = false;
-    CLI11_PARSE(app, argc, argv);
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::Success &request) {
+        return app.exit(request);
+    } catch (const CLI::ParseError &error) {
+        tell(error.what());
+        tell("Run with --help for more information.");
+        return error.get_exit_code();
+    }
     settings.type = settings.type || ::isatty(STDIN_FILENO) == 1;
     // Reading the terminal from the background then fails instead of stopping the process.
     ::signal(SIGTTIN, SIG_IGN);
@@ -296,10 +309,10 @@ int start(int argc, char **argv) {
     try {
         run(settings);
     } catch (const sim::ScenarioError &error) {
-        std::cerr << settings.scenario_file << ": " << error.what() << std::endl;
+        tell(settings.scenario_file + ": " + error.what());
         return 1;
     } catch (const std::exception &error) {
-        std::cerr << "pinpad-sim: " << error.what() << std::endl;
+        tell(std::string("pinpad-sim: ") + error.what());
         return 1;
     }
     return 0;

@@ -29,6 +29,11 @@ std::string trim_right(std::string text);
 // Latin-1 bytes as UTF-8.
 std::string to_utf8(std::string_view latin1);
 
+// A text that may hold anything, on one line and with nothing that a terminal would obey: control
+// characters, and bytes that are no UTF-8, as \xNN, characters that end a line or turn the
+// direction of writing as \uNNNN.
+std::string visible(std::string_view text);
+
 // The name of a key, as scenarios and the journal write it.
 std::string key_name(Key key);
 std::optional<Key> key_of_name(std::string_view name);

@@ -1,4 +1,5 @@
 #include "tests/sim/ext_host.h"
+#include "tests/support/obeyed.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -10,6 +11,8 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <cstdint>
 #include <filesystem>
 #include <fstream>
 #include <string>
@@ -48,6 +51,8 @@ public:
             ::close(fd);
         in_ = in[1];
         out_ = out[0];
+        // Room for all that is told before it is read.
+        EXPECT_GT(::fcntl(out_, F_SETPIPE_SZ, 1 << 20), 0);
         error_ = error[0];
     }
 
@@ -77,6 +82,19 @@ public:
             if (text.empty() || text.compare(0, start.size(), start) == 0)
                 return text;
         }
+    }
+
+    // The lines to the one that has this in it; to the last one when the output falls silent
+    // before.
+    std::string lines_until(const std::string &part) {
+        std::string lines;
+        while (lines.find(part) == std::string::npos) {
+            const std::string next = line();
+            if (next.empty())
+                break;
+            lines += next + '\n';
+        }
+        return lines;
     }
 
     // All that the program still writes until it ends.
@@ -239,6 +257,123 @@ TEST_F(ProgramTest, ExplainsAMissingScenarioAndABadLink) {
     Program linked({"--link", file("no/such/folder")});
     EXPECT_EQ(linked.wait(), 1);
     EXPECT_THAT(linked.errors(), StartsWith("pinpad-sim: cannot make the link"));
+}
+
+// Every byte that an argument may have; without the slash it is the name of a file as well.
+std::string every_byte(unsigned first, bool with_slash) {
+    std::string text;
+    for (unsigned byte = first; byte <= 0xFF; ++byte) {
+        if (byte != '/' || with_slash)
+            text.push_back(static_cast<char>(byte));
+    }
+    return text;
+}
+
+// A terminal must not obey what the host sends, what the customer does or what the scenario says.
+TEST_F(ProgramTest, ShowsEveryByteInsteadOfHavingItObeyed) {
+    const std::string all = every_byte(0, true);
+    std::string every;
+    for (unsigned byte = 0; byte <= 0xFF; ++byte)
+        every += "\\x" + hex({static_cast<std::uint8_t>(byte)});
+    const std::string path = scenario("card c track1 \"" + every + "\"\n" + //
+                                      "prompt 1 \"" + every + "\"\n" +      //
+                                      "capture notify \"" + every + "\" keys 1 enter\n" +
+                                      "event code \"" + every + "\"\n" +    //
+                                      "survey answer \"" + every + "\"\n" + //
+                                      "qrcode answer \"" + every + "\"\n");
+    for (const std::string style : {"--json", "--wire"}) {
+        Program program({"--wire", style, "--scenario", path, "--type"});
+        {
+            Host host(program.line());
+            // What comes back does not matter here.
+            const auto give = [&host](const Bytes &data) {
+                host.write(data);
+                host.read_all(milliseconds(20));
+            };
+            for (std::size_t at = 0; at < all.size(); at += 64) {
+                const std::string part = all.substr(at, 64);
+                give(frame(
+                    bytes("DEX" + number(part.size() + 3, 3) + number(part.size(), 3) + part)));
+                give(frame(bytes("CLO" + number(part.size(), 3) + part)));
+            }
+            for (std::size_t at = 0; at < all.size(); at += 8) {
+                const std::string name = all.substr(at, 8);
+                give(frame(bytes(command("DSI", record(30, name)))));
+                give(frame(
+                    bytes(command("MLI", record(30, name) + record(31, std::string(10, '\0'))))));
+                give(frame(bytes(name.substr(0, 3) + "000")));
+                give(ext_frame(name.substr(4) + "0000"));
+            }
+            give(frame(bytes(command("GCD", record(11, std::string("\0\1", 2)) + record(13, "\1") +
+                                                record(14, "\4")))));
+            give(frame(bytes(command("CEX", record(6, "111111")))));
+            give(ext_frame("QR01000"
+                           "0"
+                           "20"
+                           "0256" +
+                           all.substr(0x20, 20) + all));
+            give(ext_frame("EX080000000"
+                           "4"
+                           "0"
+                           "256" +
+                           all + "0" + "000"));
+            give(bytes(all));
+            program.type(every_byte(1, true) + "\nswipe " + every_byte(0x21, true) + "\n");
+        }
+        program.type("unplug\n");
+        const std::string output = program.lines_until("unplugged");
+        program.signal(SIGTERM);
+        EXPECT_EQ(program.wait(), 0);
+        const std::string errors = program.errors();
+        EXPECT_GT(std::count(output.begin(), output.end(), '\n'), 150);
+        EXPECT_EQ(obeyed::in(output), "") << output;
+        EXPECT_EQ(obeyed::in(errors), "") << errors;
+        EXPECT_THAT(errors, HasSubstr("not understood: \\x01\\x02"));
+        EXPECT_THAT(errors, HasSubstr("no such card: !"));
+    }
+}
+
+TEST_F(ProgramTest, ShowsEveryByteOfANameInsteadOfHavingItObeyed) {
+    const std::string name = every_byte(1, false);
+    std::ofstream(file(name)) << "\x1B" << every_byte(1, true);
+    std::filesystem::create_directory(file("folder" + name.substr(6)));
+    const std::vector<std::vector<std::string>> refused = {
+        {"--scenario", file(name)},
+        {"--scenario", file("none" + name.substr(4))},
+        {"--scenario", file("folder" + name.substr(6))},
+        {"--link", file(name)},
+        {"--link", "/nowhere/" + name},
+        {"--web", "0", "--web-address", name},
+        {"--web", name},
+        {"--time-scale", name},
+        {"--" + name},
+        {name}};
+    for (const auto &arguments : refused) {
+        Program program(arguments);
+        EXPECT_GT(program.wait(), 0) << arguments.back();
+        const std::string errors = program.errors();
+        EXPECT_NE(errors, "") << arguments.front();
+        EXPECT_EQ(obeyed::in(errors), "") << errors;
+        EXPECT_EQ(program.output(), "");
+    }
+    for (const std::string style : {"--json", "--wire"}) {
+        Program program({style, "--link", file("link" + name.substr(4))});
+        EXPECT_THAT(program.line(), HasSubstr("/link\\x05"));
+        program.signal(SIGTERM);
+        EXPECT_EQ(obeyed::in(program.output()), "");
+    }
+}
+
+TEST_F(ProgramTest, ShowsTheLettersOfAName) {
+    const std::string path = file("pinp\xC3\xA1"
+                                  "d");
+    Program program({"--type", "--link", path});
+    EXPECT_EQ(program.line(), path);
+    program.type("unplug replug\n");
+    EXPECT_EQ(program.line_starting("port"), "port path=" + path);
+    Program told({"--json", "--scenario", "/nowhere/\xE6\x97\xA5"});
+    EXPECT_EQ(told.wait(), 1);
+    EXPECT_THAT(told.errors(), HasSubstr("'/nowhere/\xE6\x97\xA5'"));
 }
 
 TEST_F(ProgramTest, RefusesUnknownOptions) {
