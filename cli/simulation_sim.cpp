@@ -2,10 +2,10 @@
 #include "cli/problem.h"
 #include "cli/simulation.h"
 #include "sim/scenario.h"
+#include "sim/scenario_file.h"
 #include "sim/simulator.h"
 
-#include <fstream>
-#include <iterator>
+#include <stdexcept>
 
 namespace cli {
 
@@ -22,13 +22,12 @@ std::string readScenario(const std::string &file) {
     if (file.empty()) {
         return USUAL_CUSTOMER;
     }
-    std::ifstream in(file, std::ios::binary);
-    std::string text{std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
-    if (!in.is_open() || in.bad()) {
-        throw UsageError("Cannot read the scenario " + file +
+    try {
+        return sim::read_scenario(file);
+    } catch (const std::runtime_error &error) {
+        throw UsageError("Cannot read the scenario " + file + ": " + error.what() +
                          ". To give none, put --simulate before another option or last.");
     }
-    return text;
 }
 
 sim::SimulatorOptions options() {

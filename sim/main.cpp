@@ -1,5 +1,6 @@
 #include "sim/console.h"
 #include "sim/scenario.h"
+#include "sim/scenario_file.h"
 #include "sim/simulator.h"
 #include "sim/text.h"
 #include "sim/web/feed.h"
@@ -19,9 +20,7 @@
 #include <atomic>
 #include <csignal>
 #include <exception>
-#include <fstream>
 #include <iostream>
-#include <iterator>
 #include <memory>
 #include <optional>
 #include <sstream>
@@ -42,12 +41,16 @@ struct Settings {
     std::string web_address = "127.0.0.1";
 };
 
-std::string read_file(const std::string &path) {
-    std::ifstream in(path, std::ios::binary);
-    if (!in) {
-        throw std::runtime_error("cannot read the scenario '" + path + "'");
+std::string scenario_of(const Settings &settings) {
+    if (settings.scenario_file.empty()) {
+        return {};
     }
-    return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+    try {
+        return sim::read_scenario(settings.scenario_file);
+    } catch (const std::runtime_error &error) {
+        throw std::runtime_error("cannot read the scenario '" + settings.scenario_file +
+                                 "': " + error.what());
+    }
 }
 
 // One line on standard error.
@@ -227,8 +230,7 @@ std::unique_ptr<sim::web::Server> serve_web(const Settings &settings, sim::web::
 }
 
 void run(const Settings &settings) {
-    const std::string text =
-        settings.scenario_file.empty() ? std::string() : read_file(settings.scenario_file);
+    const std::string text = scenario_of(settings);
     const TerminationSignals signals;
     Flag finished;
     sim::Console console(std::cout,

@@ -253,7 +253,17 @@ TEST_F(ProgramTest, ExplainsABadScenario) {
 TEST_F(ProgramTest, ExplainsAMissingScenarioAndABadLink) {
     Program missing({"--scenario", file("none")});
     EXPECT_EQ(missing.wait(), 1);
-    EXPECT_THAT(missing.errors(), StartsWith("pinpad-sim: cannot read the scenario"));
+    EXPECT_EQ(missing.errors(), "pinpad-sim: cannot read the scenario '" + file("none") +
+                                    "': No such file or directory\n");
+    Program folder({"--scenario", file(".")});
+    EXPECT_EQ(folder.wait(), 1);
+    EXPECT_EQ(folder.errors(),
+              "pinpad-sim: cannot read the scenario '" + file(".") + "': it is a directory\n");
+    Program endless({"--scenario", "/dev/zero"});
+    EXPECT_EQ(endless.wait(), 1);
+    EXPECT_EQ(endless.errors(),
+              "pinpad-sim: cannot read the scenario '/dev/zero': it has more than "
+              "16777216 bytes\n");
     Program linked({"--link", file("no/such/folder")});
     EXPECT_EQ(linked.wait(), 1);
     EXPECT_THAT(linked.errors(), StartsWith("pinpad-sim: cannot make the link"));
@@ -373,7 +383,9 @@ TEST_F(ProgramTest, ShowsTheLettersOfAName) {
     EXPECT_EQ(program.line_starting("port"), "port path=" + path);
     Program told({"--json", "--scenario", "/nowhere/\xE6\x97\xA5"});
     EXPECT_EQ(told.wait(), 1);
-    EXPECT_THAT(told.errors(), HasSubstr("'/nowhere/\xE6\x97\xA5'"));
+    EXPECT_EQ(told.errors(),
+              "pinpad-sim: cannot read the scenario '/nowhere/\xE6\x97\xA5': No such "
+              "file or directory\n");
 }
 
 TEST_F(ProgramTest, RefusesUnknownOptions) {
