@@ -5,6 +5,10 @@
 namespace sim {
 
 // A symbolic link that names the port while the cable is in. An empty name stands for no link.
+//
+// It takes the place of a link that a device left behind when it was killed, and of nothing else.
+// Such a link belongs to this user, is written as only this class writes one, "/dev/pts/./5", and
+// no living device of the machine has claimed its name: a claim ends with its process.
 class PortLink {
 public:
     explicit PortLink(std::string name) : name_(std::move(name)) {}
@@ -14,14 +18,18 @@ public:
 
     const std::string &name() const { return name_; }
 
-    // Makes the link name this path, in place of a link left over from earlier. Throws
-    // std::system_error when it cannot be made or when something other than a link is there.
+    // Makes the link name this pseudo terminal. Throws std::runtime_error when it cannot be made or
+    // when something is in its place that is not left behind.
     void point_to(const std::string &path);
     void remove();
 
 private:
+    void claim();
+    void replace(const std::string &target);
+
     std::string name_;
-    bool made_ = false;
+    std::string target_; // empty while there is no link
+    int claim_ = -1;
 };
 
 } // namespace sim

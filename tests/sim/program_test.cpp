@@ -269,6 +269,24 @@ TEST_F(ProgramTest, ExplainsAMissingScenarioAndABadLink) {
     EXPECT_THAT(linked.errors(), StartsWith("pinpad-sim: cannot make the link"));
 }
 
+TEST_F(ProgramTest, ReplacesTheLinkOfOneThatWasKilledAndNotOfOneThatLives) {
+    {
+        Program killed({"--quiet", "--link", file("pinpad")});
+        EXPECT_EQ(killed.line(), file("pinpad"));
+        Program second({"--quiet", "--link", file("pinpad")});
+        EXPECT_EQ(second.wait(), 1);
+        EXPECT_EQ(second.errors(),
+                  "pinpad-sim: another virtual PIN pad keeps the link '" + file("pinpad") + "'\n");
+        killed.signal(SIGKILL);
+        EXPECT_EQ(killed.wait(), -1);
+    }
+    EXPECT_TRUE(std::filesystem::is_symlink(file("pinpad")));
+    Program next({"--quiet", "--link", file("pinpad")});
+    EXPECT_EQ(next.line(), file("pinpad"));
+    Host host(file("pinpad"));
+    EXPECT_EQ(host.ask("OPN"), "OPN000");
+}
+
 // Every byte that an argument may have; without the slash it is the name of a file as well.
 std::string every_byte(unsigned first, bool with_slash) {
     std::string text;

@@ -244,15 +244,81 @@ TEST(Simulator, KeepsALinkToThePort) {
     EXPECT_FALSE(std::filesystem::is_symlink(options.link));
 }
 
-TEST(Simulator, ReplacesAnOldLinkButNothingElse) {
+TEST(Simulator, ReplacesALinkThatWasLeftBehind) {
     const TemporaryFolder folder;
     sim::SimulatorOptions options;
     options.link = folder.file("pinpad");
-    std::filesystem::create_symlink("/nowhere", options.link);
-    { const sim::Simulator device("", options); }
+    // What a device that was killed leaves, whatever has its pseudo terminal now.
+    const sim::Simulator other;
+    const std::string number = std::filesystem::path(other.port()).filename();
+    for (const std::string &target : {"/dev/pts/./" + number, std::string("/dev/pts/./99999")}) {
+        std::filesystem::create_symlink(target, options.link);
+        const sim::Simulator device("", options);
+        Host host(options.link);
+        EXPECT_EQ(host.ask("OPN"), "OPN000");
+    }
+}
+
+TEST(Simulator, ReplacesNothingElseByItsLink) {
+    const TemporaryFolder folder;
+    sim::SimulatorOptions options;
+    options.link = folder.file("pinpad");
+    const auto refuses = [&options] {
+        EXPECT_THAT([&options] { sim::Simulator("", options); },
+                    testing::ThrowsMessage<std::runtime_error>(
+                        "'" + options.link +
+                        "' is there already, and no link that a virtual PIN "
+                        "pad of this user has left behind"));
+    };
+    const sim::Simulator other;
+    for (const std::string &target :
+         {std::string("/nowhere"), std::string("/dev/pts/99999"), other.port(),
+          std::string("/dev/pts/./"), std::string("/dev/pts/./1x"),
+          std::string("/dev/pts/./ptmx")}) {
+        std::filesystem::create_symlink(target, options.link);
+        refuses();
+        EXPECT_EQ(std::filesystem::read_symlink(options.link), target);
+        std::filesystem::remove(options.link);
+    }
     std::ofstream(options.link) << "precious";
-    EXPECT_THROW(sim::Simulator("", options), std::system_error);
+    refuses();
     EXPECT_TRUE(std::filesystem::is_regular_file(options.link));
+    std::filesystem::remove(options.link);
+    std::filesystem::create_directory(options.link);
+    refuses();
+    EXPECT_TRUE(std::filesystem::is_directory(options.link));
+}
+
+TEST(Simulator, ReplacesNoLinkOfAnotherUser) {
+    if (::geteuid() != 0) {
+        GTEST_SKIP() << "only root can give links away";
+    }
+    const TemporaryFolder folder;
+    sim::SimulatorOptions options;
+    options.link = folder.file("pinpad");
+    std::filesystem::create_symlink("/dev/pts/./99999", options.link);
+    ASSERT_EQ(::lchown(options.link.c_str(), 65534, 65534), 0);
+    EXPECT_THROW(sim::Simulator("", options), std::runtime_error);
+    EXPECT_TRUE(std::filesystem::is_symlink(options.link));
+}
+
+TEST(Simulator, LeavesTheLinkOfALivingOneAlone) {
+    const TemporaryFolder folder;
+    sim::SimulatorOptions options;
+    options.link = folder.file("pinpad");
+    sim::Simulator device("", options);
+    const std::filesystem::path target = std::filesystem::read_symlink(options.link);
+    EXPECT_THAT([&] { sim::Simulator("", options); },
+                testing::ThrowsMessage<std::runtime_error>(
+                    "another virtual PIN pad keeps the link '" + options.link + "'"));
+    EXPECT_EQ(std::filesystem::read_symlink(options.link), target);
+    Host host(options.link);
+    EXPECT_EQ(host.ask("OPN"), "OPN000");
+    // Nor does it take away, when it ends, what somebody else has put there meanwhile.
+    std::filesystem::remove(options.link);
+    std::filesystem::create_symlink("/nowhere", options.link);
+    device.unplug();
+    EXPECT_TRUE(std::filesystem::is_symlink(options.link));
 }
 
 TEST(Simulator, KeepsNoLogsWhenTold) {
