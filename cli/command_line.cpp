@@ -2,6 +2,7 @@
 
 #include "api/build_info.h"
 #include "cli/help_format.h"
+#include "cli/seconds.h"
 #include "cli/simulation.h"
 #include "cli/text.h"
 
@@ -25,8 +26,6 @@ constexpr char FOOTER[] =
     "4 port missing or busy, 5 the customer did nothing in time, 130 interrupted.";
 
 constexpr std::size_t IDLE_MESSAGE_MAX = 32;
-constexpr double TIMEOUT_MAX = 86400;
-constexpr double MILLIS_PER_SECOND = 1000;
 
 } // namespace
 
@@ -50,12 +49,8 @@ void CommandLine::declareOptions() {
         .add_option("--idle-message", m_idleText,
                     "What the display shows after the session, up to 32 characters")
         ->type_name("TEXT");
-    m_timeout = m_app
-                    .add_option("--timeout", m_timeoutSeconds,
-                                "Seconds to wait for the customer; when not given, as long as the "
-                                "PIN pad does")
-                    ->check(quietly(CLI::Range(0.0, TIMEOUT_MAX)))
-                    ->type_name("SECONDS");
+    addSeconds(m_app, "--timeout", m_settings.timeout,
+               "Seconds to wait for the customer; when not given, as long as the PIN pad does");
     m_app.add_flag("--json", m_settings.json, "Print results as JSON, one object a line");
     if (hasSimulation()) {
         m_simulate = m_app
@@ -76,10 +71,6 @@ void CommandLine::parse(int argc, const char *const *argv) {
     m_app.parse(argc, argv);
     m_settings.simulate = m_simulate != nullptr && m_simulate->count() > 0;
     m_settings.trace = m_trace->count() > 0;
-    if (m_timeout->count() > 0) {
-        m_settings.timeout = std::chrono::milliseconds(
-            static_cast<std::int64_t>(m_timeoutSeconds * MILLIS_PER_SECOND));
-    }
     checkSettings();
     command().prepare();
 }

@@ -31,8 +31,6 @@ private:
     CLI::App m_app;
     Settings m_settings;
     std::string m_idleText;
-    double m_timeoutSeconds = 0;
-    CLI::Option *m_timeout = nullptr;
     CLI::Option *m_simulate = nullptr;
     CLI::Option *m_trace = nullptr;
     std::optional<CommandSet> m_commands;

@@ -18,6 +18,8 @@
 #include <algorithm>
 #include <array>
 #include <atomic>
+#include <charconv>
+#include <cmath>
 #include <csignal>
 #include <exception>
 #include <iostream>
@@ -268,6 +270,20 @@ void run(const Settings &settings) {
     }
 }
 
+// What is wrong with a time scale; empty when nothing is.
+std::string time_scale_complaint(const std::string &text) {
+    constexpr double least = 0.001;
+    constexpr double greatest = 1000000;
+    double scale = 0;
+    const char *end = text.data() + text.size();
+    const auto [stop, error] = std::from_chars(text.data(), end, scale);
+    // What is no number at all is neither less than the least nor greater than the greatest.
+    const bool number = error == std::errc() && stop == end && std::isfinite(scale);
+    return number && scale >= least && scale <= greatest
+               ? std::string()
+               : "'" + text + "' is no number of 0.001 to 1000000";
+}
+
 int start(int argc, char **argv) {
     Settings settings;
     CLI::App app{"A PIN pad without the hardware, on a pseudo terminal"};
@@ -278,7 +294,7 @@ int start(int argc, char **argv) {
     app.add_option("--link", settings.options.link, "Keep a symbolic link to the port");
     app.add_option("--time-scale", settings.options.time_scale,
                    "Let the customer and the device's time limits run this many times faster")
-        ->check(CLI::PositiveNumber);
+        ->check(CLI::Validator(time_scale_complaint, ""));
     app.add_flag("--json", settings.json, "Tell what happens as JSON lines");
     app.add_flag("--quiet", settings.quiet, "Print the port only");
     app.add_flag("--wire", settings.wire, "Show the decoded frames as well");

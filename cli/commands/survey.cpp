@@ -2,6 +2,7 @@
 
 #include "abecs/packet.h"
 #include "cli/help_format.h"
+#include "cli/seconds.h"
 #include "cli/text.h"
 #include "ext/cx_survey.h"
 #include "ext/survey.h"
@@ -14,8 +15,6 @@ namespace cli {
 namespace {
 
 constexpr unsigned WAIT_MAX = 999;
-constexpr double STOP_AFTER_MAX = 86400;
-constexpr double MILLIS_PER_SECOND = 1000;
 constexpr unsigned AREA_TYPE_MAX = 2;
 constexpr std::size_t AREA_MAX = 999;
 constexpr std::size_t CODE_DIGITS = 4;
@@ -51,20 +50,13 @@ void AnySurveyCommand::declareArguments(CLI::App &app) {
         ->check(upTo(WAIT_MAX))
         ->type_name("SECONDS")
         ->capture_default_str();
-    m_stopAfterOption = app.add_option("--stop-after", m_stopAfter,
-                                       "Stop the survey when nobody has answered for so long")
-                            ->check(quietly(CLI::Range(0.0, STOP_AFTER_MAX)))
-                            ->type_name("SECONDS");
+    addSeconds(app, "--stop-after", m_stopAfter,
+               "Stop the survey when nobody has answered for so long");
 }
 
 void AnySurveyCommand::run(Context &context) {
     callLibrary(Stage::Command, [&] { start(context.device.session()); });
-    std::optional<std::chrono::milliseconds> stopAfter;
-    if (m_stopAfterOption->count() > 0) {
-        stopAfter =
-            std::chrono::milliseconds(static_cast<std::int64_t>(m_stopAfter * MILLIS_PER_SECOND));
-    }
-    const std::string answer = waitForSurvey(context.device, calls(), stopAfter);
+    const std::string answer = waitForSurvey(context.device, calls(), m_stopAfter);
     context.output.result("Answer: " + fromDeviceVisibly(answer),
                           Json{{"answer", fromDevice(answer)}});
 }

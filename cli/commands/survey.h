@@ -4,6 +4,8 @@
 #include "cli/survey_wait.h"
 
 #include <array>
+#include <chrono>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -22,8 +24,7 @@ protected:
 
 private:
     unsigned m_wait = 0;
-    double m_stopAfter = 0;
-    CLI::Option *m_stopAfterOption = nullptr;
+    std::optional<std::chrono::milliseconds> m_stopAfter;
 };
 
 /// A survey screen with a top and a bottom area.

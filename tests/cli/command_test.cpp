@@ -327,6 +327,29 @@ INSTANTIATE_TEST_SUITE_P(
         WrongArguments{{"media", "load", "--simulate"}, "FILE"},
         WrongArguments{{"media", "load", "/nowhere/x", "--simulate"}, "/nowhere/x"}));
 
+TEST(Commands, SecondsAreANumber) {
+    for (const std::string seconds :
+         {"nan", "NAN", "inf", "-inf", "infinity", "1e999", "-1", "-0.1", "", " ", " 5", "5s",
+          "0x10", "+5", "1,5", "86400.1"}) {
+        for (const Arguments &arguments :
+             {Arguments{"open", "--simulate", "--timeout", seconds},
+              Arguments{"survey", "A", "--simulate", "--stop-after", seconds}}) {
+            const Outcome outcome = run(arguments);
+            EXPECT_EQ(outcome.exit, 2) << seconds;
+            EXPECT_THAT(outcome.err,
+                        HasSubstr("'" + seconds + "' is no number of seconds of 0 to 86400."));
+        }
+    }
+    for (const std::string timeout : {"--timeout=nan", "--timeout="}) {
+        const Outcome outcome = run({timeout, "--simulate", "open"});
+        EXPECT_EQ(outcome.exit, 2);
+        EXPECT_THAT(outcome.err, HasSubstr("--timeout: "));
+    }
+    for (const std::string seconds : {"0", "0.5", ".5", "1e1", "86400"}) {
+        EXPECT_EQ(run({"open", "--simulate", "--timeout", seconds}).exit, 0) << seconds;
+    }
+}
+
 TEST(Commands, AScenarioThatMakesNoSenseIsExplained) {
     const Outcome outcome = simulate("display 20 8\ndance", {"open"});
     EXPECT_EQ(outcome.exit, 2);

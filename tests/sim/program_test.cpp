@@ -287,6 +287,15 @@ TEST_F(ProgramTest, ReplacesTheLinkOfOneThatWasKilledAndNotOfOneThatLives) {
     EXPECT_EQ(host.ask("OPN"), "OPN000");
 }
 
+TEST_F(ProgramTest, RefusesATimeScaleThatIsNone) {
+    for (const std::string scale : {"nan", "inf", "1e999", "-1", "0", "", "2x"}) {
+        Program program({"--time-scale", scale});
+        EXPECT_GT(program.wait(), 0) << scale;
+        EXPECT_THAT(program.errors(),
+                    HasSubstr("'" + scale + "' is no number of 0.001 to 1000000"));
+    }
+}
+
 // Every byte that an argument may have; without the slash it is the name of a file as well.
 std::string every_byte(unsigned first, bool with_slash) {
     std::string text;
