@@ -16,8 +16,9 @@ bool isTerminal(Stream stream);
 /// Columns of the terminal that standard error is.
 std::size_t errorColumns();
 
-/// Opens a file for writing that only its owner may read; null when that cannot be done. The caller
-/// closes it.
+/// Opens a file for writing that only its owner may read; the caller closes it. Symbolic links, and
+/// files that somebody else owns, are left alone: a name in a folder that many may write to could
+/// be theirs. Throws std::runtime_error, which says why it cannot be done.
 std::FILE *openPrivateFile(const std::string &path);
 
 /// Reads standard input line by line.

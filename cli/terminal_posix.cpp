@@ -5,6 +5,7 @@
 #include <array>
 #include <cerrno>
 #include <cstring>
+#include <stdexcept>
 
 #include <fcntl.h>
 #include <sys/ioctl.h>
@@ -16,6 +17,25 @@ namespace cli {
 namespace {
 
 constexpr std::size_t USUAL_COLUMNS = 80;
+
+// Closes a descriptor that nobody has taken over.
+class Descriptor {
+public:
+    explicit Descriptor(int fd) : m_fd(fd) {}
+    ~Descriptor() {
+        if (m_fd >= 0) {
+            ::close(m_fd);
+        }
+    }
+    Descriptor(const Descriptor &) = delete;
+    Descriptor &operator=(const Descriptor &) = delete;
+
+    int get() const { return m_fd; }
+    void release() { m_fd = -1; }
+
+private:
+    int m_fd;
+};
 
 int descriptor(Stream stream) {
     switch (stream) {
@@ -44,17 +64,32 @@ std::size_t errorColumns() {
 }
 
 std::FILE *openPrivateFile(const std::string &path) {
-    const int fd =
-        ::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, S_IRUSR | S_IWUSR);
-    if (fd < 0) {
-        return nullptr;
+    Descriptor file(
+        ::open(path.c_str(), O_WRONLY | O_CREAT | O_NOFOLLOW | O_CLOEXEC, S_IRUSR | S_IWUSR));
+    if (file.get() < 0 && errno == ELOOP) {
+        throw std::runtime_error("it is a symbolic link");
     }
-    // An existing file would keep its rights; a pipe or a terminal has none to take away.
     struct stat status {};
-    if (::fstat(fd, &status) == 0 && S_ISREG(status.st_mode)) {
-        ::fchmod(fd, S_IRUSR | S_IWUSR);
+    if (file.get() < 0 || ::fstat(file.get(), &status) != 0) {
+        throw std::runtime_error(std::strerror(errno));
     }
-    return ::fdopen(fd, "w");
+    // A terminal, or /dev/null, is the system's, which says who may write to it.
+    if (!S_ISCHR(status.st_mode) && status.st_uid != ::geteuid()) {
+        throw std::runtime_error("it belongs to somebody else");
+    }
+    // A file that was there keeps its rights; a pipe or a terminal has none to take away.
+    if (S_ISREG(status.st_mode)) {
+        ::fchmod(file.get(), S_IRUSR | S_IWUSR);
+    }
+    if (S_ISREG(status.st_mode) && ::ftruncate(file.get(), 0) != 0) {
+        throw std::runtime_error(std::strerror(errno));
+    }
+    std::FILE *stream = ::fdopen(file.get(), "w");
+    if (stream == nullptr) {
+        throw std::runtime_error(std::strerror(errno));
+    }
+    file.release();
+    return stream;
 }
 
 std::optional<std::string> InputLines::next() {

@@ -1,7 +1,10 @@
 #include "cli/problem.h"
 #include "cli/terminal.h"
 
+#include <cerrno>
 #include <iostream>
+#include <stdexcept>
+#include <system_error>
 
 #include <io.h>
 
@@ -24,7 +27,11 @@ std::size_t errorColumns() {
 }
 
 std::FILE *openPrivateFile(const std::string &path) {
-    return std::fopen(path.c_str(), "wb");
+    std::FILE *file = std::fopen(path.c_str(), "wb");
+    if (file == nullptr) {
+        throw std::runtime_error(std::generic_category().message(errno));
+    }
+    return file;
 }
 
 std::optional<std::string> InputLines::next() {

@@ -112,11 +112,12 @@ std::unique_ptr<Trace> makeTrace(const Settings &settings) {
     if (settings.traceFile.empty()) {
         return std::make_unique<Trace>(stderr, style);
     }
-    std::FILE *file = openPrivateFile(settings.traceFile);
-    if (file == nullptr) {
-        throw UsageError("Cannot write the trace to " + settings.traceFile + ".");
+    try {
+        return std::make_unique<FileTrace>(openPrivateFile(settings.traceFile), style);
+    } catch (const std::runtime_error &error) {
+        throw UsageError("Cannot write the trace to " + settings.traceFile + ": " + error.what() +
+                         ".");
     }
-    return std::make_unique<FileTrace>(file, style);
 }
 
 } // namespace cli

@@ -322,7 +322,8 @@ INSTANTIATE_TEST_SUITE_P(
         WrongArguments{{"open", "--idle-message", std::string(33, 'A'), "--simulate"},
                        "at most 32"},
         WrongArguments{{"open", "--idle-message", "A\\nB", "--simulate"}, "line breaks"},
-        WrongArguments{{"open", "--trace=/nowhere/x", "--simulate"}, "Cannot write the trace"},
+        WrongArguments{{"open", "--trace=/nowhere/x", "--simulate"},
+                       "Cannot write the trace to /nowhere/x: No such file or directory."},
         WrongArguments{{"session", "/nowhere/x", "--simulate"}, "Cannot read the file"},
         WrongArguments{{"media", "load", "--simulate"}, "FILE"},
         WrongArguments{{"media", "load", "/nowhere/x", "--simulate"}, "/nowhere/x"}));

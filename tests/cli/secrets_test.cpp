@@ -4,7 +4,11 @@
 #include <gtest/gtest.h>
 
 #include <cstdio>
+#include <filesystem>
+
+#include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace {
 
@@ -148,6 +152,54 @@ TEST(Secrets, TraceFilesAreTheOwnersAlone) {
     struct stat status {};
     ASSERT_EQ(::stat(trace.path().c_str(), &status), 0);
     EXPECT_EQ(status.st_mode & 0777U, 0600U);
+}
+
+TEST(Secrets, ATraceFollowsNoLink) {
+    const tool::Folder folder;
+    folder.write("precious", "precious");
+    std::filesystem::create_symlink("precious", folder.path() + "/link");
+    const Outcome outcome = run({"--simulate", "open", "--trace=" + folder.path() + "/link"});
+    EXPECT_EQ(outcome.exit, 2);
+    EXPECT_EQ(outcome.err,
+              "Cannot write the trace to " + folder.path() + "/link: it is a symbolic link.\n");
+    EXPECT_EQ(tool::readFile(folder.path() + "/precious"), "precious");
+
+    std::filesystem::create_symlink("missing", folder.path() + "/dangling");
+    EXPECT_EQ(run({"--simulate", "open", "--trace=" + folder.path() + "/dangling"}).exit, 2);
+    EXPECT_FALSE(std::filesystem::exists(folder.path() + "/missing"));
+}
+
+TEST(Secrets, ATraceIsNotWrittenIntoTheFileOfSomebodyElse) {
+    if (::geteuid() != 0) {
+        GTEST_SKIP() << "only root can give files away";
+    }
+    const tool::Folder folder;
+    const std::string file = folder.path() + "/file";
+    const std::string pipe = folder.path() + "/pipe";
+    folder.write("file", "precious");
+    ASSERT_EQ(::mkfifo(pipe.c_str(), 0666), 0);
+    const int reader = ::open(pipe.c_str(), O_RDONLY | O_NONBLOCK);
+    for (const std::string &path : {file, pipe}) {
+        ASSERT_EQ(::chmod(path.c_str(), 0666), 0);
+        ASSERT_EQ(::chown(path.c_str(), 65534, 65534), 0);
+        const Outcome outcome = run({"--simulate", "open", "--trace=" + path});
+        EXPECT_EQ(outcome.exit, 2);
+        EXPECT_EQ(outcome.err,
+                  "Cannot write the trace to " + path + ": it belongs to somebody else.\n");
+    }
+    ::close(reader);
+    EXPECT_EQ(tool::readFile(file), "precious");
+    struct stat status {};
+    ASSERT_EQ(::stat(file.c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 0777U, 0666U);
+}
+
+TEST(Secrets, ATraceReplacesTheOneBefore) {
+    const TemporaryFile trace(std::string(100000, 'x'));
+    EXPECT_EQ(run({"--simulate", "open", "--trace-plain", "--trace=" + trace.path()}).exit, 0);
+    EXPECT_THAT(trace.content(), testing::StartsWith("-> CAN"));
+    EXPECT_THAT(trace.content(), Not(HasSubstr("xxx")));
+    EXPECT_EQ(run({"--simulate", "open", "--trace=/dev/null"}).exit, 0);
 }
 
 } // namespace
