@@ -1,4 +1,5 @@
 #include "cli/interrupt.h"
+#include "cli/lines.h"
 #include "cli/problem.h"
 #include "cli/prompt.h"
 #include "cli/terminal.h"
@@ -28,7 +29,7 @@ public:
 
 private:
     std::string m_text;
-    InputLines m_lines;
+    Lines m_lines{readInput};
 };
 
 } // namespace

@@ -2,7 +2,6 @@
 
 #include <cstddef>
 #include <cstdio>
-#include <optional>
 #include <string>
 
 /// What the tool needs to know of the terminal and the system.
@@ -21,19 +20,9 @@ std::size_t errorColumns();
 /// be theirs. Throws std::runtime_error, which says why it cannot be done.
 std::FILE *openPrivateFile(const std::string &path);
 
-/// Reads standard input line by line.
-class InputLines {
-public:
-    /// The next line without its end; nothing at the end of the input. Throws Interrupted when
-    /// Ctrl-C comes while it waits.
-    std::optional<std::string> next();
-
-private:
-    bool readMore();
-
-    std::string m_pending;
-    bool m_ended = false;
-};
+/// Waits for what standard input has and reads it; nothing at its end. Throws Interrupted when
+/// Ctrl-C comes while it waits, and std::system_error when it cannot be read.
+std::string readInput();
 
 /// Why a port cannot be used although it is there, when the system tells: "" when it does not.
 std::string portRefusal(const std::string &port);

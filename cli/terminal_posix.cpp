@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <cstring>
 #include <stdexcept>
+#include <system_error>
 
 #include <fcntl.h>
 #include <sys/ioctl.h>
@@ -92,42 +93,19 @@ std::FILE *openPrivateFile(const std::string &path) {
     return stream;
 }
 
-std::optional<std::string> InputLines::next() {
-    for (;;) {
-        const std::size_t end = m_pending.find('\n');
-        if (end != std::string::npos) {
-            std::string line = m_pending.substr(0, end);
-            m_pending.erase(0, end + 1);
-            return line;
-        }
-        if (!readMore()) {
-            break;
-        }
-    }
-    if (m_pending.empty()) {
-        return std::nullopt;
-    }
-    return std::exchange(m_pending, {});
-}
-
-bool InputLines::readMore() {
-    if (m_ended) {
-        return false;
-    }
-    if (waitForInput(STDIN_FILENO) == InputReady::Interrupted) {
-        throw Interrupted{};
-    }
+std::string readInput() {
     std::array<char, 4096> bytes;
-    const ssize_t count = ::read(STDIN_FILENO, bytes.data(), bytes.size());
-    if (count < 0 && errno == EINTR) {
-        return true;
+    ssize_t count = 0;
+    do {
+        if (waitForInput(STDIN_FILENO) == InputReady::Interrupted) {
+            throw Interrupted{};
+        }
+        count = ::read(STDIN_FILENO, bytes.data(), bytes.size());
+    } while (count < 0 && errno == EINTR);
+    if (count < 0) {
+        throw std::system_error(errno, std::generic_category(), "Standard input cannot be read");
     }
-    if (count <= 0) {
-        m_ended = true;
-        return false;
-    }
-    m_pending.append(bytes.data(), static_cast<std::size_t>(count));
-    return true;
+    return {bytes.data(), static_cast<std::size_t>(count)};
 }
 
 std::string portPath(const std::string &port) {

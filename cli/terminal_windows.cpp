@@ -1,8 +1,7 @@
-#include "cli/problem.h"
 #include "cli/terminal.h"
 
+#include <array>
 #include <cerrno>
-#include <iostream>
 #include <stdexcept>
 #include <system_error>
 
@@ -34,16 +33,13 @@ std::FILE *openPrivateFile(const std::string &path) {
     return file;
 }
 
-std::optional<std::string> InputLines::next() {
-    while (readMore()) {
-        return std::exchange(m_pending, {});
+std::string readInput() {
+    std::array<char, 4096> bytes;
+    const int count = _read(_fileno(stdin), bytes.data(), static_cast<unsigned>(bytes.size()));
+    if (count < 0) {
+        throw std::system_error(errno, std::generic_category(), "Standard input cannot be read");
     }
-    return std::nullopt;
-}
-
-bool InputLines::readMore() {
-    m_ended = m_ended || !std::getline(std::cin, m_pending);
-    return !m_ended;
+    return {bytes.data(), static_cast<std::size_t>(count)};
 }
 
 std::string portPath(const std::string &port) {

@@ -7,8 +7,8 @@
 #include "cli/words.h"
 
 #include <algorithm>
+#include <filesystem>
 #include <fstream>
-#include <functional>
 
 namespace cli {
 
@@ -69,7 +69,14 @@ void SessionCommand::declareArguments(CLI::App &app) {
 }
 
 void SessionCommand::prepare() {
-    if (m_file != STANDARD_INPUT && !std::ifstream(m_file)) {
+    if (m_file == STANDARD_INPUT) {
+        return;
+    }
+    std::error_code ignored;
+    if (std::filesystem::is_directory(m_file, ignored)) {
+        throw UsageError("This is a folder, not a file: " + m_file);
+    }
+    if (!std::ifstream(m_file)) {
         throw UsageError("Cannot read the file: " + m_file);
     }
 }
@@ -89,23 +96,24 @@ void SessionCommand::run(Context &context) {
 }
 
 void SessionCommand::runScript(Context &context) {
-    std::ifstream file;
-    InputLines input;
-    std::function<std::optional<std::string>()> next = [&] { return input.next(); };
-    if (m_file != STANDARD_INPUT) {
-        file.open(m_file);
-        next = [&]() -> std::optional<std::string> {
-            std::string line;
-            return std::getline(file, line) ? std::optional(line) : std::nullopt;
-        };
+    Lines lines(m_file == STANDARD_INPUT ? readInput : readerOf(m_file));
+    Next next = Next::Line;
+    for (std::size_t number = 1; next == Next::Line; ++number) {
+        context.output.setPlace(m_file, number);
+        next = runNextLine(context, lines);
     }
-    std::size_t number = 0;
-    while (const std::optional<std::string> line = next()) {
-        context.output.setPlace(m_file, ++number);
-        if (runLine(context, *line, false) == Next::End) {
-            return;
-        }
+}
+
+// A script that cannot be read on ends, whatever its errors do.
+SessionCommand::Next SessionCommand::runNextLine(Context &context, Lines &lines) {
+    std::optional<std::string> line;
+    try {
+        line = lines.next();
+    } catch (...) {
+        handleProblem(context, false);
+        return Next::End;
     }
+    return line ? runLine(context, *line, false) : Next::End;
 }
 
 void SessionCommand::runPrompt(Context &context) {
@@ -151,7 +159,6 @@ SessionCommand::Next SessionCommand::runLine(Context &context, const std::string
 
 SessionCommand::Next SessionCommand::handleProblem(Context &context, bool isPrompt) {
     const std::exception_ptr problem = std::current_exception();
-    bool wasInterrupted = false;
     try {
         std::rethrow_exception(problem);
     } catch (const UsageError &) {
@@ -165,7 +172,9 @@ SessionCommand::Next SessionCommand::handleProblem(Context &context, bool isProm
     } catch (const CustomerTimeout &) {
         context.device.abortCommand();
     } catch (const Interrupted &) {
-        wasInterrupted = true;
+        if (!isPrompt) {
+            throw;
+        }
         context.device.abandon();
     } catch (...) {
         context.device.abandon();
@@ -175,10 +184,10 @@ SessionCommand::Next SessionCommand::handleProblem(Context &context, bool isProm
         forgetInterrupt();
         return Next::Line;
     }
-    if (m_exit == ExitStatus::Done || wasInterrupted) {
+    if (m_exit == ExitStatus::Done) {
         m_exit = exit;
     }
-    return m_keepGoing && !wasInterrupted ? Next::Line : Next::End;
+    return m_keepGoing ? Next::Line : Next::End;
 }
 
 } // namespace cli

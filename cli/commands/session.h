@@ -1,6 +1,7 @@
 #pragma once
 
 #include "cli/command.h"
+#include "cli/lines.h"
 
 #include <string>
 
@@ -31,6 +32,7 @@ private:
     bool isInteractive() const;
     void runScript(Context &context);
     void runPrompt(Context &context);
+    Next runNextLine(Context &context, Lines &lines);
     Next runLine(Context &context, const std::string &line, bool isPrompt);
     Next handleProblem(Context &context, bool isPrompt);
 

@@ -108,6 +108,7 @@ TEST(Interrupt, EndsAScriptWhateverItsErrorsDo) {
     EXPECT_EQ(outcome.exit, 130);
     EXPECT_EQ(outcome.out, "");
     EXPECT_FALSE(device.snapshot().open);
+    EXPECT_EQ(outcome.err, "-:1: Interrupted. The command was aborted and the session closed.\n");
 }
 
 TEST(Interrupt, EndsAScriptThatWaitsForItsNextLine) {
