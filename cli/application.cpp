@@ -37,11 +37,12 @@ ExitStatus runCommand(CommandLine &line, Output &output) {
         const std::unique_ptr<Trace> trace = makeTrace(settings);
         Device device(settings);
         Context context{settings, device, output};
-        if (command.usesDevice()) {
-            return runInSession(command, context);
+        if (!command.usesDevice()) {
+            command.run(context);
+            return command.exitStatus();
         }
-        command.run(context);
-        return command.exitStatus();
+        const ExitStatus exit = runInSession(command, context);
+        return trace == nullptr ? exit : output.finishTrace(trace->finish(), exit);
     } catch (...) {
         return output.problem(std::current_exception());
     }
@@ -56,11 +57,11 @@ ExitStatus runApplication(int argc, const char *const *argv) {
     try {
         line.parse(argc, argv);
     } catch (const CLI::ParseError &error) {
-        return line.report(error, output);
+        return output.finish(line.report(error, output));
     } catch (const UsageError &error) {
-        return output.usage(error.what());
+        return output.finish(output.usage(error.what()));
     }
-    return runCommand(line, output);
+    return output.finish(runCommand(line, output));
 }
 
 } // namespace cli

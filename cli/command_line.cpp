@@ -23,7 +23,8 @@ constexpr char FOOTER[] =
     "  pinpad --simulate display \"BOM DIA\"\n"
     "\n"
     "Exit status: 0 done, 1 refused by the PIN pad, 2 wrong arguments, 3 failure of the library,\n"
-    "4 port missing or busy, 5 the customer did nothing in time, 130 interrupted.";
+    "or output that was lost, 4 port missing or busy, 5 the customer did nothing in time,\n"
+    "130 interrupted.";
 
 constexpr std::size_t IDLE_MESSAGE_MAX = 32;
 

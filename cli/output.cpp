@@ -5,7 +5,9 @@
 #include "cli/status_text.h"
 #include "cli/text.h"
 
+#include <cerrno>
 #include <iostream>
+#include <system_error>
 
 namespace cli {
 
@@ -89,7 +91,10 @@ void Output::happened(const std::string &line, const Json &fields) {
 }
 
 void Output::text(const std::string &text) {
-    std::cout << text << std::flush;
+    errno = 0;
+    if (!(std::cout << text << std::flush) && !isLost()) {
+        m_loss = std::generic_category().message(errno);
+    }
 }
 
 ExitStatus Output::problem(const std::exception_ptr &problem) {
@@ -139,6 +144,26 @@ ExitStatus Output::unreadable(const std::string &text) {
     return ExitStatus::Usage;
 }
 
+ExitStatus Output::finishTrace(const std::string &loss, ExitStatus exit) {
+    return loss.empty()
+               ? exit
+               : lose("The trace cannot be written (" + loss + "): frames are missing.", exit);
+}
+
+ExitStatus Output::finish(ExitStatus exit) {
+    return isLost()
+               ? lose("Standard output cannot be written (" + m_loss + "): results are missing.",
+                      exit)
+               : exit;
+}
+
+// The first problem is the one to exit with.
+ExitStatus Output::lose(const std::string &what, ExitStatus exit) {
+    clearPlace();
+    tell(ExitStatus::Failure, "failure", what);
+    return exit == ExitStatus::Done ? ExitStatus::Failure : exit;
+}
+
 ExitStatus Output::tell(ExitStatus exit, const char *kind, const std::string &text,
                         const Json &fields) {
     if (m_settings.json) {
@@ -146,7 +171,9 @@ ExitStatus Output::tell(ExitStatus exit, const char *kind, const std::string &te
         whole.update(fields);
         whole["text"] = text;
         object(whole);
-        return exit;
+        if (!isLost()) {
+            return exit;
+        }
     }
     if (m_line) {
         std::cerr << visible(m_script) << ':' << *m_line << ": ";

@@ -39,6 +39,9 @@ public:
     /// Help, or a drawing: nothing but what the tool itself makes, as it is.
     void text(const std::string &text);
 
+    /// Whether something could not be printed on standard output. Nothing more is printed then.
+    bool isLost() const { return !m_loss.empty(); }
+
     /// Tells the problem that is being handled and returns what to exit with.
     ExitStatus problem(const std::exception_ptr &problem);
     /// A problem found before any command could run.
@@ -46,8 +49,14 @@ public:
     /// Arguments that cannot be taken apart: a text with --json, too.
     ExitStatus unreadable(const std::string &text);
 
+    /// Tells when something was lost: of the trace for this reason, or of the output. Returns what
+    /// to exit with instead of `exit`: what is lost is no success.
+    ExitStatus finishTrace(const std::string &loss, ExitStatus exit);
+    ExitStatus finish(ExitStatus exit);
+
 private:
     void object(const Json &fields);
+    ExitStatus lose(const std::string &what, ExitStatus exit);
     ExitStatus tell(ExitStatus exit, const char *kind, const std::string &text,
                     const Json &fields = Json::object());
 
@@ -55,6 +64,7 @@ private:
     std::string m_command;
     std::string m_script;
     std::optional<std::size_t> m_line;
+    std::string m_loss; ///< why something could not be printed
 };
 
 } // namespace cli

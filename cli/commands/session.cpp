@@ -98,7 +98,7 @@ void SessionCommand::run(Context &context) {
 void SessionCommand::runScript(Context &context) {
     Lines lines(m_file == STANDARD_INPUT ? readInput : readerOf(m_file));
     Next next = Next::Line;
-    for (std::size_t number = 1; next == Next::Line; ++number) {
+    for (std::size_t number = 1; next == Next::Line && !context.output.isLost(); ++number) {
         context.output.setPlace(m_file, number);
         next = runNextLine(context, lines);
     }

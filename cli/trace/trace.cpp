@@ -8,8 +8,10 @@
 #include "cli/trace/layout.h"
 #include "cli/trace/opaque.h"
 
+#include <cerrno>
 #include <chrono>
 #include <ctime>
+#include <system_error>
 
 namespace cli {
 
@@ -50,6 +52,15 @@ class FileTrace : public Trace {
 public:
     FileTrace(std::FILE *file, Style style) : Trace(file, style), m_file(file) {}
 
+    std::string finish() override {
+        Trace::finish();
+        if (m_file != nullptr) {
+            errno = 0;
+            check(std::fclose(m_file.release()) == 0);
+        }
+        return Trace::finish();
+    }
+
 private:
     struct Closer {
         void operator()(std::FILE *file) const { std::fclose(file); }
@@ -67,6 +78,17 @@ Trace::~Trace() {
     abecs_link_set_observer(nullptr, nullptr);
 }
 
+std::string Trace::finish() {
+    abecs_link_set_observer(nullptr, nullptr);
+    return m_loss;
+}
+
+void Trace::check(bool written) {
+    if (!written && m_loss.empty()) {
+        m_loss = std::generic_category().message(errno);
+    }
+}
+
 void Trace::observe(void *context, const AbecsLinkEvent *event) {
     static_cast<Trace *>(context)->write(*event);
 }
@@ -75,8 +97,9 @@ void Trace::write(const AbecsLinkEvent &event) {
     const std::string time = m_style.times ? timeNow() : "";
     const char *direction = event.direction == ABECS_LINK_TO_DEVICE ? "-> " : "<- ";
     const std::string text = layOut(time + direction, tell(event));
-    std::fwrite(text.data(), 1, text.size(), m_out);
-    std::fflush(m_out);
+    errno = 0;
+    const std::size_t written = std::fwrite(text.data(), 1, text.size(), m_out);
+    check(std::fflush(m_out) == 0 && written == text.size());
 }
 
 Told Trace::tell(const AbecsLinkEvent &event) const {

@@ -10,7 +10,7 @@
 
 namespace cli {
 
-/// Writes what passes on the line, for people, while it lives. There is one at a time.
+/// Writes what passes on the line, for people, until it is finished. There is one at a time.
 class Trace {
 public:
     struct Style {
@@ -24,6 +24,12 @@ public:
     Trace(const Trace &) = delete;
     Trace &operator=(const Trace &) = delete;
 
+    /// Ends it. Returns why something could not be written, "" when nothing is lost.
+    virtual std::string finish();
+
+protected:
+    void check(bool written);
+
 private:
     static void observe(void *context, const AbecsLinkEvent *event);
     void write(const AbecsLinkEvent &event);
@@ -32,6 +38,7 @@ private:
 
     std::FILE *m_out;
     Style m_style;
+    std::string m_loss;
 };
 
 /// The trace that the settings ask for; null when they ask for none. Throws UsageError when its

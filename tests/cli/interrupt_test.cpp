@@ -55,12 +55,13 @@ TEST(Interrupt, AnswersOtherRequestsToEndTheSameWay) {
     }
 }
 
-TEST(Interrupt, OutputThatNobodyReadsStillClosesTheSession) {
+TEST(Interrupt, OutputThatNobodyReadsIsAFailureAndStillClosesTheSession) {
     sim::Simulator device("capture notify \"A\" wait 100 notify \"B\" keys 1 enter");
     Tool capture({"--port", device.port(), "capture"});
     capture.closeOutput();
     const Outcome outcome = capture.finish();
-    EXPECT_EQ(outcome.exit, 0);
+    EXPECT_EQ(outcome.exit, 3);
+    EXPECT_THAT(outcome.err, HasSubstr("Broken pipe"));
     EXPECT_FALSE(device.snapshot().open);
     EXPECT_EQ(device.snapshot().last_captured, "1");
 }
@@ -107,8 +108,8 @@ TEST(Interrupt, EndsAScriptWhateverItsErrorsDo) {
     const Outcome outcome = script.finish();
     EXPECT_EQ(outcome.exit, 130);
     EXPECT_EQ(outcome.out, "");
-    EXPECT_FALSE(device.snapshot().open);
     EXPECT_EQ(outcome.err, "-:1: Interrupted. The command was aborted and the session closed.\n");
+    EXPECT_FALSE(device.snapshot().open);
 }
 
 TEST(Interrupt, EndsAScriptThatWaitsForItsNextLine) {

@@ -335,6 +335,7 @@ void tellAll(cli::Output &output, const std::string &bytes) {
     tellProblem(output, std::runtime_error("No: " + bytes));
     output.usage(bytes);
     output.unreadable(bytes);
+    output.finishTrace(bytes, cli::ExitStatus::Done);
     output.result(bytes, cli::Json{{"text", bytes}, {"list", {bytes, {{"inside", bytes}}}}});
     output.happened(bytes, cli::Json{{"text", bytes}});
     output.lines({bytes, "A"}, cli::Json{{"text", bytes}});
