@@ -11,6 +11,7 @@
 #include "cli/commands/qr.h"
 #include "cli/commands/session.h"
 #include "cli/commands/survey.h"
+#include "cli/text.h"
 
 #include <sstream>
 
@@ -125,10 +126,11 @@ std::string CommandSet::explain(const CLI::App &app, const CLI::ParseError &erro
         given = next.front();
     }
     if (given->get_require_subcommand_min() == 0) {
-        return error.what();
+        return withoutKeys(error.what());
     }
     const std::vector<std::string> left = app.remaining(true);
-    return left.empty() ? "No command given." : "There is no command '" + left.front() + "'.";
+    return left.empty() ? "No command given."
+                        : withoutKeys("There is no command '" + left.front() + "'.");
 }
 
 } // namespace cli

@@ -62,12 +62,23 @@ std::string advice(const LibraryFailure &failure, const std::string &detail) {
     return detail + " \xE2\x80\x94 if it stays so, record it with --trace=FILE.";
 }
 
+// What the library says of a key of the wrong length holds the key.
+std::string withoutKey(const std::string &detail) {
+    for (const std::string name : {"szKey", "szKeyA", "szKeyB"}) {
+        const std::string begin = "Invalid size for " + name + ": ";
+        if (detail.rfind(begin, 0) == 0) {
+            return begin + "masked (exact: 12)";
+        }
+    }
+    return detail;
+}
+
 } // namespace
 
 std::string failureDetail(const LibraryFailure &failure) {
     const std::size_t end = failure.message.find("] ");
     const bool prefixed = failure.message.rfind('[', 0) == 0 && end != std::string::npos;
-    return prefixed ? failure.message.substr(end + 2) : failure.message;
+    return withoutKey(prefixed ? failure.message.substr(end + 2) : failure.message);
 }
 
 FailureText explainFailure(const LibraryFailure &failure, const std::string &port) {

@@ -15,7 +15,7 @@ struct FailureText {
 
 FailureText explainFailure(const LibraryFailure &failure, const std::string &port);
 
-/// The message without the name of the code in front.
+/// The message without the name of the code in front, and without the key that it may hold.
 std::string failureDetail(const LibraryFailure &failure);
 
 } // namespace cli

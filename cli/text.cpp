@@ -185,6 +185,28 @@ std::string fromDeviceVisibly(std::string_view bytes) {
     return visible(text);
 }
 
+std::string withoutKeys(std::string_view text) {
+    constexpr std::string_view HEX_DIGITS = "0123456789ABCDEFabcdef";
+    constexpr std::size_t KEY_DIGITS = 12;
+    std::string result;
+    while (!text.empty()) {
+        const std::size_t digits = std::min(text.find_first_not_of(HEX_DIGITS), text.size());
+        const bool marked =
+            result.size() >= 2 && result.back() == ':' &&
+            std::string_view("ABab").find(result[result.size() - 2]) != std::string_view::npos;
+        if (digits >= KEY_DIGITS || (digits > 0 && marked)) {
+            result += "**";
+        } else {
+            result += text.substr(0, digits);
+        }
+        text.remove_prefix(digits);
+        const std::size_t others = std::min(text.find_first_of(HEX_DIGITS), text.size());
+        result += text.substr(0, others);
+        text.remove_prefix(others);
+    }
+    return result;
+}
+
 std::string asUtf8(std::string_view text) {
     return escapedUnless([](char32_t) { return true; }, text);
 }

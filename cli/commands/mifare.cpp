@@ -93,7 +93,7 @@ const Operation &findOperation(const std::string &word) {
             return operation;
         }
     }
-    throw UsageError("There is no operation '" + word +
+    throw UsageError("There is no operation '" + withoutKeys(word) +
                      "'. It is one of: get, set, add, subtract, copy.");
 }
 

@@ -142,7 +142,7 @@ SessionCommand::Next SessionCommand::runLine(Context &context, const std::string
             context.output.text(parser.app().help());
             return Next::Line;
         }
-        context.output.setCommand(words[0]);
+        context.output.setCommand(withoutKeys(words[0]));
         Command *command = parser.parse(words, context.output);
         if (command == nullptr) {
             return Next::Line;

@@ -1,3 +1,7 @@
+#include "abecs/open.h"
+#include "cli/output.h"
+#include "ext/mifare.h"
+#include "sim/simulator.h"
 #include "tests/cli/tool.h"
 
 #include <gmock/gmock.h>
@@ -5,6 +9,7 @@
 
 #include <cstdio>
 #include <filesystem>
+#include <functional>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -142,6 +147,77 @@ TEST(Secrets, WhatCardsHoldIsMaskedHoweverItComes) {
                                      "A:839172648391", "--trace", "--trace-plain"});
         EXPECT_THAT(outcome.err, HasSubstr("-> MF02")) << fault;
         expectNone(outcome.err);
+    }
+}
+
+constexpr char CARD_KEY[] = "9F8E7D6C5B4A";
+
+// A failure of the library, told as the tool tells it, in text or as JSON.
+std::string toldOf(const std::function<void()> &call, bool asJson) {
+    cli::Settings settings;
+    settings.json = asJson;
+    cli::Output output(settings);
+    testing::internal::CaptureStdout();
+    testing::internal::CaptureStderr();
+    try {
+        cli::callLibrary(cli::Stage::Command, call);
+    } catch (const cli::LibraryFailure &) {
+        output.problem(std::current_exception());
+    }
+    const std::string out = testing::internal::GetCapturedStdout();
+    return out + testing::internal::GetCapturedStderr();
+}
+
+TEST(Secrets, KeysAreNotInTheFailureThatHoldsThem) {
+    const sim::Simulator device;
+    AbecsPinpadPtr pinpad(abecs_pinpad_create(device.port().c_str()));
+    char status[3];
+    for (const std::string &key :
+         {CARD_KEY + std::string("F"), std::string(CARD_KEY).substr(0, 11),
+          CARD_KEY + std::string(400, 'F'), CARD_KEY + std::string(" (exact: 12) ") + CARD_KEY}) {
+        const std::function<void()> calls[] = {
+            [&] { abecs_mf_authenticate(pinpad.get(), 4, 'A', key.c_str(), "1", status); },
+            [&] {
+                abecs_mf_block_config_set(pinpad.get(), 4, key.c_str(), CARD_KEY, "000", status);
+            },
+            [&] {
+                abecs_mf_block_config_set(pinpad.get(), 4, CARD_KEY, key.c_str(), "000", status);
+            },
+            [&] { abecs_mf_key_change(pinpad.get(), 4, key.c_str(), CARD_KEY, status); },
+            [&] { abecs_mf_key_change(pinpad.get(), 4, CARD_KEY, key.c_str(), status); }};
+        for (const auto &call : calls) {
+            for (const bool asJson : {false, true}) {
+                const std::string told = toldOf(call, asJson);
+                EXPECT_THAT(told, testing::ContainsRegex("Invalid size for szKey[AB]?: masked"));
+                EXPECT_THAT(told, Not(HasSubstr("9F8E")));
+                EXPECT_THAT(told, Not(HasSubstr("FFFF")));
+            }
+        }
+    }
+}
+
+TEST(Secrets, KeysInTheWrongPlaceAreNotRepeated) {
+    const std::string marked = std::string("A:") + CARD_KEY;
+    for (const Arguments &arguments :
+         {Arguments{"mifare", "auth", "4", marked}, Arguments{"mifare", "auth", "4", CARD_KEY},
+          Arguments{"mifare", "read", "4", "--kee", marked}, Arguments{"mifare", "read", marked},
+          Arguments{"mifare", "read", "4", "--kee=" + marked}, Arguments{marked},
+          Arguments{"mifare", CARD_KEY}, Arguments{"mifare", "value", "4", marked},
+          Arguments{"mifare", "value", "4", "get", marked},
+          Arguments{"mifare", "auth", "4", "--key", "C:9F8E7D6C5B4A"},
+          Arguments{"mifare", "keys", "4", "--key-a", "9F8E7D6C5B4AF", "--key-b", CARD_KEY},
+          Arguments{"mifare", "auth", "4", "A:9F8E7D6C5B"}}) {
+        Arguments alone = arguments;
+        alone.emplace_back("--simulate");
+        std::string line;
+        for (const std::string &argument : arguments) {
+            line += argument + " ";
+        }
+        for (const Outcome &outcome : {run(alone), run({"--simulate", "session"}, line + "\n"),
+                                       run({"--simulate", "session", "--json"}, line + "\n")}) {
+            EXPECT_EQ(outcome.exit, 2) << line;
+            EXPECT_THAT(outcome.out + outcome.err, Not(HasSubstr("9F8E"))) << line;
+        }
     }
 }
 

@@ -83,6 +83,13 @@ TEST(Text, ShowsWhatIsNoUtf8) {
     EXPECT_EQ(cli::asUtf8("a\nb\x1B\xC2\x9B\xFF"), "a\nb\x1B\xC2\x9B\\xFF");
 }
 
+TEST(Text, MasksKeys) {
+    EXPECT_EQ(cli::withoutKeys("not expected: A:FFFFFFFFFFFF"), "not expected: A:**");
+    EXPECT_EQ(cli::withoutKeys("--key=b:0123"), "--key=b:**");
+    EXPECT_EQ(cli::withoutKeys("A0A1A2A3A4A5 A0A1A2A3A4A5FF"), "** **");
+    EXPECT_EQ(cli::withoutKeys("There is no command 'dance'."), "There is no command 'dance'.");
+}
+
 TEST(Text, ShowsControlCharactersInsteadOfObeyingThem) {
     EXPECT_EQ(fromDeviceVisibly("a\x1B[2J\r\x9B\x7F\xE9"), "a\\x1B[2J\\r\\x9B\\x7F\xC3\xA9");
 }
