@@ -6,6 +6,7 @@
 #include "sim/screen.h"
 #include "sim/text.h"
 
+#include <boost/asio/io_context.hpp>
 #include <boost/asio/post.hpp>
 
 #include <algorithm>

@@ -5,6 +5,7 @@
 #include "sim/ext_link.h"
 #include "sim/ext_request.h"
 #include "sim/host_line.h"
+#include "sim/io_context.h"
 #include "sim/logbook.h"
 #include "sim/media_store.h"
 #include "sim/packet.h"
@@ -13,8 +14,6 @@
 #include "sim/state_board.h"
 #include "sim/transmitter.h"
 #include "sim/waiting.h"
-
-#include <boost/asio/io_context.hpp>
 
 #include <array>
 #include <chrono>

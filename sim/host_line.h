@@ -2,10 +2,9 @@
 
 #include "sim/abecs_link.h"
 #include "sim/ext_link.h"
+#include "sim/io_context.h"
 #include "sim/timer.h"
 #include "sim/transmitter.h"
-
-#include <boost/asio/io_context.hpp>
 
 #include <chrono>
 

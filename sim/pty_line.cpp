@@ -2,6 +2,8 @@
 
 #include <boost/asio/buffer.hpp>
 #include <boost/asio/error.hpp>
+#include <boost/asio/io_context.hpp>
+#include <boost/asio/posix/stream_descriptor.hpp>
 
 #include <fcntl.h>
 #include <sys/ioctl.h>

@@ -1,11 +1,9 @@
 #pragma once
 
+#include "sim/io_context.h"
 #include "sim/logbook.h"
 #include "sim/timer.h"
 #include "sim/types.h"
-
-#include <boost/asio/io_context.hpp>
-#include <boost/asio/posix/stream_descriptor.hpp>
 
 #include <chrono>
 #include <deque>
