@@ -55,40 +55,15 @@ if [ "$(id -u)" -ne 0 ]; then
 fi
 
 echo '== A clean root'
-root=$(mktemp -d)
-clean_up() {
-    umount "$root/dev/pts" "$root/proc" 2>/dev/null || true
-    rm -rf --one-file-system "$root"
-}
-trap clean_up EXIT
-trap 'exit 1' INT TERM
-mirror=$(sed -n 's/^deb \(\[[^]]*\] \)\{0,1\}\([^ ]*\) bookworm .*/\2/p' /etc/apt/sources.list \
-    /etc/apt/sources.list.d/*.list 2>/dev/null | head -n 1)
-[ -n "$mirror" ] || mirror=$(sed -n 's/^URIs: *//p' /etc/apt/sources.list.d/*.sources | head -n 1)
-# shellcheck disable=SC2086 # no mirror means the usual one
-debootstrap --variant=minbase bookworm "$root" $mirror >"$packages/debootstrap.log" 2>&1 || {
-    tail -n 20 "$packages/debootstrap.log"
-    exit 1
-}
-# The machine's own sources, with whatever they need.
-cp -a /etc/apt/sources.list* /etc/apt/trusted.gpg* "$root/etc/apt/" 2>/dev/null || true
-for file in /etc/apt/apt.conf.d/*proxy* /etc/resolv.conf /etc/hosts; do
-    [ ! -e "$file" ] || cp -L "$file" "$root$file"
-done
-mount -t proc proc "$root/proc"
-mkdir -p "$root/dev/pts"
-mount --bind /dev/pts "$root/dev/pts"
+. scripts/clean-root.sh
+make_clean_root "$packages/debootstrap.log"
 
-inside() {
-    chroot "$root" env DEBIAN_FRONTEND=noninteractive PATH=/usr/sbin:/usr/bin:/sbin:/bin "$@"
-}
 files() {
     (cd "$root" && find . -xdev \( -path ./proc -o -path ./dev -o -path ./tmp \
         -o -path ./var/cache -o -path ./var/lib/apt -o -path ./var/lib/dpkg -o -path ./var/log \) \
         -prune -o -print | sort)
 }
-inside apt-get update -q >"$packages/trial.log" 2>&1
-inside apt-get install -y -q --no-install-recommends gcc libc6-dev >>"$packages/trial.log" 2>&1
+inside apt-get install -y -q --no-install-recommends gcc libc6-dev >"$packages/trial.log" 2>&1
 inside ldconfig
 files >"$packages/before"
 
