@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
 
 namespace {
@@ -22,6 +23,10 @@ void PrintTo(const Recording &recording, std::ostream *out) {
     *out << recording.name;
 }
 
+std::string goldenPath(const std::string &name) {
+    return std::filesystem::path(PINPAD_GOLDEN_DIR) / (name + ".trace");
+}
+
 class Golden : public testing::TestWithParam<Recording> {};
 
 // With PINPAD_RECORD in the environment the files are written anew instead; look at what changed.
@@ -34,7 +39,7 @@ TEST_P(Golden, TraceIsAsRecorded) {
     arguments.insert(arguments.end(), recording.arguments.begin(), recording.arguments.end());
     run(arguments, recording.input);
 
-    const std::string path = std::string(PINPAD_GOLDEN_DIR) + "/" + recording.name + ".trace";
+    const std::string path = goldenPath(recording.name);
     const std::string text = tool::settledTrace(trace.content());
     if (std::getenv("PINPAD_RECORD") != nullptr) {
         std::ofstream(path) << text;
@@ -99,7 +104,7 @@ TEST(GoldenLoad, RecordsAreShown) {
     const TemporaryFile trace;
     run({"--simulate", "media", "load", file.path(), "--as", "ola", "--type", "2", "--trace-plain",
          "--trace=" + trace.path()});
-    const std::string path = std::string(PINPAD_GOLDEN_DIR) + "/media_load.trace";
+    const std::string path = goldenPath("media_load");
     if (std::getenv("PINPAD_RECORD") != nullptr) {
         std::ofstream(path) << trace.content();
     }
