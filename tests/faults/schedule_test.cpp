@@ -10,6 +10,7 @@
 #include "serial/time_divisor.h"
 #include "sim/simulator.h"
 #include "tests/faults/commands.h"
+#include "tests/support/prepared_key.h"
 
 #include <gtest/gtest.h>
 
@@ -188,6 +189,7 @@ private:
         EXPECT_EQ(std::string(), failure.message);
     }
 
+    PreparedKey m_key;
     sim::Simulator m_device;
     bool m_secure;
     AbecsPinpadPtr m_pinpad;

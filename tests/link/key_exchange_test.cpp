@@ -1,10 +1,9 @@
 // The exchange of keys against a device's side that is played with OpenSSL: any key block at all.
 
-#include "abecs/crypto/rsa.h"
 #include "abecs/open.h"
-#include "core/owned.h"
 #include "tests/link/far_end.h"
 #include "tests/link/session_fixture.h"
+#include "tests/support/prepared_key.h"
 
 #include <array>
 #include <functional>
@@ -13,23 +12,6 @@
 namespace {
 
 using namespace line;
-
-// The key pair that the library is given when it next asks for one, in place of a fresh one.
-PclOwned<PclRsaKey, pcl_rsa_key_destroy> nextPair;
-
-} // namespace
-
-// The linker sends the library's generation of key pairs here.
-PclRsaKey *realGenerate(std::int32_t size,
-                        std::int32_t exponent) asm("__real__Z20pcl_rsa_key_generateii");
-PclRsaKey *preparedOrNew(std::int32_t size,
-                         std::int32_t exponent) asm("__wrap__Z20pcl_rsa_key_generateii");
-
-PclRsaKey *preparedOrNew(std::int32_t size, std::int32_t exponent) {
-    return nextPair ? nextPair.release() : realGenerate(size, exponent);
-}
-
-namespace {
 
 const std::array<std::uint8_t, 16> NO_KEY{};
 const std::array<std::uint8_t, 16> OLD_KEY = {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15};
@@ -71,12 +53,11 @@ protected:
     }
 
     // With a block of which the encrypted form begins with this byte, found by changing the
-    // padding. The library would not wait for as long as the search may take: the key pair is there
-    // before.
+    // padding. The search may take longer than the library waits, and is over before the exchange
+    // begins.
     void expectOpensWithEncryptedBlockFrom(std::uint8_t first) {
-        nextPair.reset(realGenerate(256, 65537));
-        PclRsaPublicKey numbers;
-        pcl_rsa_export_public(nextPair.get(), &numbers);
+        const PreparedKey prepared;
+        const PclRsaPublicKey &numbers = PreparedKey::publicPart();
         const far_end::PublicKey key{Bytes(numbers.N, numbers.N + numbers.szN),
                                      Bytes(numbers.e, numbers.e + numbers.sze)};
         Bytes block = far_end::keyBlock(KEY);
@@ -85,7 +66,6 @@ protected:
             block[3] = static_cast<std::uint8_t>(1 + tried / 255);
         }
         expectOpens(withBlock(block));
-        EXPECT_FALSE(nextPair);
     }
 
     void expectKeyInUse() {
@@ -103,6 +83,7 @@ protected:
 
     // On a plain session and on one that is secure already: what was, stays.
     void expectFails(const Answer &answer, PclResult_e code, const char *detail) {
+        const PreparedKey prepared;
         abecs_pinpad_set_session_key(pinpad(), nullptr);
         play(answer);
         EXPECT_FAILURE(abecs_open(pinpad(), 1), code, detail);
