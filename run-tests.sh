@@ -5,15 +5,17 @@ cd "$(dirname "$0")"
 
 usage() {
     cat <<EOF
-usage: $0 [--quick | --lint | --analyse | --windows | --languages | --docs | --web | --packages |
-       --fuzz | --coverage | --help]
+usage: $0 [--full | --fresh | --lint | --analyse | --windows | --languages | --docs | --web |
+       --packages | --fuzz | --coverage | --help]
 
-Without an option, everything: formatting, the release build with g++ and its tests, the build with
-clang and the address, undefined-behaviour and leak sanitizers and its tests, each fuzzer for some
-seconds, the tests of threads under the thread sanitizer, clang-tidy without its static analyser over
-the library.
+Without an option: the release build with g++, every test, and the page of the virtual PIN pad in a
+browser. What cannot be run here is listed at the end, with what it takes.
 
-  --quick     the release build and its tests only
+  --full      all that, and formatting; the build with clang and the address, undefined-behaviour
+              and leak sanitizers and its tests; each fuzzer for some seconds; the tests of threads
+              under the thread sanitizer; clang-tidy without its static analyser over the library
+  --fresh     ./run-demo.sh and ./run-tests.sh, of what is committed, in a bare Debian root of their
+              own; as root
   --lint      formatting, and clang-tidy over library, virtual PIN pad and tools
   --analyse   clang-tidy over the library; cppcheck, and the analyser of g++
   --windows   builds the Windows DLLs with mingw-w64 and drives the 64-bit one under Wine
@@ -32,6 +34,9 @@ jobs=$(nproc)
 # Most tests wait for the line, not for the processor: let the waits overlap.
 parallel_tests=$((jobs * 4))
 started=$(date +%s)
+mkdir -p build
+not_run=build/not-run.txt
+: >"$not_run"
 
 step() {
     echo
@@ -54,7 +59,8 @@ run_tests() { # preset, more arguments of ctest
         echo "The tests of build/$preset failed." >&2
         exit 1
     }
-    grep -E 'tests passed|Total Test time|\*\*\*Skipped' "build/$preset/ctest.log"
+    grep -E 'tests passed|Total Test time' "build/$preset/ctest.log"
+    scripts/list-skipped.sh "build/$preset" >>"$not_run"
 }
 
 install_browser() {
@@ -67,15 +73,17 @@ install_browser() {
 test_page() {
     if ! (install_browser) >build/browser.log 2>&1; then
         tail -n 2 build/browser.log
-        echo 'The page was NOT tested in a browser: it cannot be installed here (build/browser.log).'
+        echo 'the page in a browser: it cannot be installed here (build/browser.log);' \
+            './run-tests.sh --web' >>"$not_run"
         return
     fi
     run_tests release --tests-regex '^web.browser$' --repeat until-pass:3
 }
 
 case "${1:-}" in
-    '') mode=all ;;
-    --quick) mode=quick ;;
+    '') mode=tests ;;
+    --full) mode=full ;;
+    --fresh) mode=fresh ;;
     --lint) mode=lint ;;
     --analyse) mode=analyse ;;
     --coverage) mode=coverage ;;
@@ -98,9 +106,16 @@ esac
 
 step 'Packages'
 case "$mode" in
-    all | quick | lint | fuzz) scripts/install-dependencies.sh test ;;
+    tests) scripts/install-dependencies.sh test ;;
+    lint | fuzz) scripts/install-dependencies.sh full ;;
     *) scripts/install-dependencies.sh "$mode" ;;
 esac
+
+if [ "$mode" = fresh ]; then
+    scripts/try-fresh.sh
+    step 'All done'
+    exit 0
+fi
 
 if [ "$mode" = windows ]; then
     step 'Virtual PIN pad'
@@ -167,7 +182,7 @@ if [ "$mode" = coverage ]; then
     exit 0
 fi
 
-if [ "$mode" = all ] || [ "$mode" = lint ]; then
+if [ "$mode" = full ] || [ "$mode" = lint ]; then
     step 'Formatting'
     scripts/check-format.sh
 fi
@@ -197,10 +212,10 @@ step 'Release build (g++)'
 build release
 step 'Tests of the release build'
 run_tests release --exclude-regex '^web.browser$'
+step 'Page in the browser'
+test_page
 
-if [ "$mode" = all ]; then
-    step 'Page in the browser'
-    test_page
+if [ "$mode" = full ]; then
     step 'Build with clang, address, undefined-behaviour and leak sanitizers'
     build asan
     step 'Tests under these sanitizers'
@@ -214,6 +229,11 @@ if [ "$mode" = all ]; then
     step 'clang-tidy'
     # shellcheck disable=SC2086 # a list of folders
     scripts/run-clang-tidy.sh --quick build/release $library
+fi
+
+if [ -s "$not_run" ]; then
+    step 'Not run here'
+    sort -u "$not_run"
 fi
 
 step 'All done'

@@ -1,6 +1,7 @@
 #!/bin/sh
-# Makes a release of the revision that is checked out: stamps the version into CMakeLists.txt, the
-# change logs and the tests that name it, commits, and tags. Nothing is pushed.
+# Makes a release of the revision that is checked out: tries demonstration and tests in a bare Debian
+# root, stamps the version into CMakeLists.txt, the change logs and the tests that name it, commits,
+# and tags. Nothing is pushed. As root.
 set -eu
 cd "$(dirname "$0")/.."
 
@@ -35,6 +36,8 @@ highest=$(printf '%s\n%s\n' "$before" "$version" | sort -V | tail -n 1)
 changes=$(sed -n '/^## \[Unreleased\]/,/^## \[[0-9]/p' CHANGELOG.md | grep -v '^## ')
 printf '%s' "$changes" | grep -q '^- ' || refuse 'CHANGELOG.md tells no change'
 printf '%s' "$changes" | grep -q '^ABI: ' || refuse 'CHANGELOG.md does not tell of the ABI'
+
+./run-tests.sh --fresh
 
 day=$(date -u +%Y-%m-%d)
 abi=$(sed -n 's/^set(PINPAD_ABI_VERSION \([0-9]*\))/\1/p' CMakeLists.txt)

@@ -4,7 +4,10 @@
 set -eu
 cd "$1"
 folders=$(git ls-files 2>/dev/null | sed -n 's,/.*,,p' | sort -u)
-[ -n "$folders" ] || exit 77
+[ -n "$folders" ] || {
+    echo 'Not run: the folders that README.md names: this is no clone of the repository'
+    exit 77
+}
 missing=0
 for folder in $folders; do
     if ! grep -qF "\`$folder/\`" README.md; then

@@ -325,16 +325,20 @@ class Runner:
             raise Problem(str(error)) from error
         return True
 
+    def not_run(self, language, why):
+        print(f"Not run: the code in {language} in docs/{self.document.name}: {why}")
+        return False
+
     def csharp(self, text):
         if shutil.which("mcs") is None:
-            return False
+            return self.not_run("C#", "mcs is missing; ./run-tests.sh --languages")
         (self.folder / "block.cs").write_text(text)
         self.must_run(["mcs", "-warnaserror", "-target:library", "block.cs"])
         return True
 
     def pascal(self, text):
         if shutil.which("fpc") is None:
-            return False
+            return self.not_run("Pascal", "fpc is missing; Debian package fpc")
         unit = re.match(r"unit (\w+);", text)
         if unit is None:
             raise Problem("no unit")
@@ -345,7 +349,8 @@ class Runner:
     def win32(self, text):
         compiler = shutil.which("i686-w64-mingw32-gcc")
         if compiler is None:
-            return False
+            return self.not_run("C for Windows",
+                                "no compiler for Windows; ./run-tests.sh --windows")
         return self.compile([compiler, "-std=c11"], "block_win32.c", text)
 
 

@@ -20,7 +20,7 @@ skip() {
         echo "$language: $* is missing" >&2
         exit 1
     fi
-    echo "skipped: $* is missing"
+    echo "Not run: the till in $language: $* is missing; ./run-tests.sh --languages"
     exit 77
 }
 

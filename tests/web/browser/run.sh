@@ -5,7 +5,7 @@ set -eu
 here=$(cd "$(dirname "$0")" && pwd)
 
 skip() {
-    echo "Skipped: $1 (./run-tests.sh --web installs it)."
+    echo "Not run: the page in a browser: $1; ./run-tests.sh --web"
     exit 77
 }
 
