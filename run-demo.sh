@@ -1,7 +1,7 @@
 #!/bin/sh
-# Builds the library and the virtual PIN pad and runs a session between them: secure open, capture
-# of digits with a notification in between, close with an idle message. With --web it shows the
-# virtual PIN pad in a browser instead, until it is interrupted.
+# Builds the library, the virtual PIN pad and the tool, and runs a session between them: secure open,
+# capture of digits with a notification in between, close with an idle message. With --web it shows
+# the virtual PIN pad in a browser instead, until it is interrupted.
 set -eu
 cd "$(dirname "$0")"
 
@@ -24,7 +24,7 @@ esac
 scripts/install-dependencies.sh build
 echo '== Building (build/release)'
 cmake --preset release -DPINPAD_BUILD_TESTS=OFF >/dev/null
-cmake --build --preset release
+cmake --build --preset release --target pinpad pinpad-sim pinpad_cli demo
 
 work=$(mktemp -d)
 device=''
