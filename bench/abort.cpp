@@ -90,9 +90,9 @@ void measure(int rounds) {
     });
     PP_Open(device.port().c_str(), 1);
     Measurement measurement;
-    constexpr int moments = 37;
+    constexpr int MOMENTS = 37;
     for (int round = 0; round < rounds; ++round) {
-        measurement.measureRound(std::chrono::milliseconds(20 + 29 * (round % moments)));
+        measurement.measureRound(std::chrono::milliseconds(20 + 29 * (round % MOMENTS)));
     }
     PP_Close(nullptr);
     measurement.arrivals.report();

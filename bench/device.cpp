@@ -89,40 +89,40 @@ Bytes frameOf(const std::string &body) {
 }
 
 Device::Device(Speaks speaks, double secondsPerByte)
-    : speaks_(speaks), secondsPerByte_(secondsPerByte), master_(::posix_openpt(O_RDWR | O_NOCTTY)),
-      slave_(-1) {
-    if (master_ < 0 || ::grantpt(master_) != 0 || ::unlockpt(master_) != 0) {
+    : m_speaks(speaks), m_secondsPerByte(secondsPerByte),
+      m_master(::posix_openpt(O_RDWR | O_NOCTTY)), m_slave(-1) {
+    if (m_master < 0 || ::grantpt(m_master) != 0 || ::unlockpt(m_master) != 0) {
         throw std::runtime_error("no pseudo terminal");
     }
-    port_ = ::ptsname(master_);
+    m_port = ::ptsname(m_master);
     // Held open, so that the line does not hang up between two hosts.
-    slave_ = ::open(port_.c_str(), O_RDWR | O_NOCTTY);
+    m_slave = ::open(m_port.c_str(), O_RDWR | O_NOCTTY);
     termios attributes{};
-    ::tcgetattr(slave_, &attributes);
+    ::tcgetattr(m_slave, &attributes);
     ::cfmakeraw(&attributes);
-    ::tcsetattr(slave_, TCSANOW, &attributes);
-    thread_ = std::thread([this] { run(); });
+    ::tcsetattr(m_slave, TCSANOW, &attributes);
+    m_thread = std::thread([this] { run(); });
 }
 
 Device::~Device() {
-    stop_ = true;
-    thread_.join();
-    ::close(slave_);
-    ::close(master_);
+    m_stop = true;
+    m_thread.join();
+    ::close(m_slave);
+    ::close(m_master);
 }
 
 void Device::run() {
     // Timers that the system may let run late would count as waits of the side under test.
     ::prctl(PR_SET_TIMERSLACK, 1);
     Bytes chunk(4096);
-    while (!stop_) {
-        pollfd input{master_, POLLIN, 0};
+    while (!m_stop) {
+        pollfd input{m_master, POLLIN, 0};
         if (::poll(&input, 1, POLL_MILLISECONDS) <= 0) {
             continue;
         }
-        const ssize_t got = ::read(master_, chunk.data(), chunk.size());
+        const ssize_t got = ::read(m_master, chunk.data(), chunk.size());
         // An idle line begins the next byte now, not when the last one ended.
-        lineTime_ = std::max(lineTime_, now(Clock::WALL));
+        m_lineTime = std::max(m_lineTime, now(Clock::WALL));
         for (ssize_t i = 0; i < got; ++i) {
             passByteTime();
             take(chunk[static_cast<std::size_t>(i)]);
@@ -131,19 +131,19 @@ void Device::run() {
 }
 
 void Device::passByteTime() {
-    ++bytes_;
-    if (secondsPerByte_ <= 0) {
+    ++m_bytes;
+    if (m_secondsPerByte <= 0) {
         return;
     }
-    lineTime_ += secondsPerByte_;
+    m_lineTime += m_secondsPerByte;
     timespec until{};
-    until.tv_sec = static_cast<time_t>(lineTime_);
-    until.tv_nsec = std::lround((lineTime_ - std::floor(lineTime_)) * 1e9) % 1000000000L;
+    until.tv_sec = static_cast<time_t>(m_lineTime);
+    until.tv_nsec = std::lround((m_lineTime - std::floor(m_lineTime)) * 1e9) % 1000000000L;
     ::clock_nanosleep(CLOCK_MONOTONIC, TIMER_ABSTIME, &until, nullptr);
 }
 
 void Device::take(std::uint8_t byte) {
-    if (speaks_ == Speaks::ABECS) {
+    if (m_speaks == Speaks::ABECS) {
         takeAbecs(byte);
     } else {
         takeModbus(byte);
@@ -151,8 +151,8 @@ void Device::take(std::uint8_t byte) {
 }
 
 void Device::takeAbecs(std::uint8_t byte) {
-    if (trailer_ > 0) {
-        if (--trailer_ == 0) {
+    if (m_trailer > 0) {
+        if (--m_trailer == 0) {
             answerFrame();
         }
         return;
@@ -160,17 +160,17 @@ void Device::takeAbecs(std::uint8_t byte) {
     if (byte == CAN) {
         send({EOT});
     } else if (byte == SYN) {
-        frame_.clear();
+        m_frame.clear();
     } else if (byte == ETB) {
-        trailer_ = 2;
+        m_trailer = 2;
     } else {
-        frame_.push_back(byte);
+        m_frame.push_back(byte);
     }
 }
 
 void Device::answerFrame() {
     Bytes answer{ACK};
-    const std::string command(frame_.begin(), frame_.begin() + 3);
+    const std::string command(m_frame.begin(), m_frame.begin() + 3);
     const Bytes frame = frameOf(answerTo(command));
     answer.insert(answer.end(), frame.begin(), frame.end());
     send(answer);
@@ -180,20 +180,20 @@ void Device::takeModbus(std::uint8_t byte) {
     constexpr std::size_t READ_SIZE = 8;
     constexpr std::size_t WRITE_SIZE = 9;
     constexpr std::uint8_t READ = 3;
-    frame_.push_back(byte);
-    const bool counted = frame_.size() > 6;
-    if (counted && frame_.size() == (frame_[1] == READ ? READ_SIZE : WRITE_SIZE + frame_[6])) {
+    m_frame.push_back(byte);
+    const bool counted = m_frame.size() > 6;
+    if (counted && m_frame.size() == (m_frame[1] == READ ? READ_SIZE : WRITE_SIZE + m_frame[6])) {
         answerRequest();
-        frame_.clear();
+        m_frame.clear();
     }
 }
 
 void Device::answerRequest() {
     constexpr std::uint8_t READ = 3;
     constexpr std::size_t WRITE_ANSWER = 6;
-    Bytes answer(frame_.begin(), frame_.begin() + WRITE_ANSWER);
-    if (frame_[1] == READ) {
-        answer = {frame_[0], READ, static_cast<std::uint8_t>(2 * frame_[5])};
+    Bytes answer(m_frame.begin(), m_frame.begin() + WRITE_ANSWER);
+    if (m_frame[1] == READ) {
+        answer = {m_frame[0], READ, static_cast<std::uint8_t>(2 * m_frame[5])};
         answer.resize(answer.size() + answer[2]);
     }
     const std::uint16_t crc = modbusCrc(answer);
@@ -203,14 +203,14 @@ void Device::answerRequest() {
 }
 
 void Device::send(const Bytes &bytes) {
-    if (secondsPerByte_ <= 0) {
-        bytes_ += bytes.size();
-        static_cast<void>(!::write(master_, bytes.data(), bytes.size()));
+    if (m_secondsPerByte <= 0) {
+        m_bytes += bytes.size();
+        static_cast<void>(!::write(m_master, bytes.data(), bytes.size()));
         return;
     }
     for (const std::uint8_t byte : bytes) {
         passByteTime();
-        static_cast<void>(!::write(master_, &byte, 1));
+        static_cast<void>(!::write(m_master, &byte, 1));
     }
 }
 

@@ -29,9 +29,9 @@ public:
     Device(const Device &) = delete;
     Device &operator=(const Device &) = delete;
 
-    const std::string &port() const { return port_; }
+    const std::string &port() const { return m_port; }
     // Bytes that crossed the line since the start, both ways together.
-    std::size_t bytes() const { return bytes_.load(); }
+    std::size_t bytes() const { return m_bytes.load(); }
 
 private:
     void run();
@@ -43,17 +43,17 @@ private:
     void send(const Bytes &bytes);
     void passByteTime();
 
-    Speaks speaks_;
-    double secondsPerByte_;
-    int master_;
-    int slave_;
-    std::string port_;
-    Bytes frame_;
-    std::size_t trailer_ = 0;
-    double lineTime_ = 0;
-    std::atomic<std::size_t> bytes_{0};
-    std::atomic<bool> stop_{false};
-    std::thread thread_;
+    Speaks m_speaks;
+    double m_secondsPerByte;
+    int m_master;
+    int m_slave;
+    std::string m_port;
+    Bytes m_frame;
+    std::size_t m_trailer = 0;
+    double m_lineTime = 0;
+    std::atomic<std::size_t> m_bytes{0};
+    std::atomic<bool> m_stop{false};
+    std::thread m_thread;
 };
 
 // The whole frame of a body as it goes over the wire.

@@ -47,18 +47,18 @@ struct ModbusClose {
 class Modbus {
 public:
     explicit Modbus(const std::string &port) {
-        context_.reset(modbus_new_rtu(port.c_str(), 19200, 'N', 8, 1));
-        if (!context_ || modbus_set_slave(context_.get(), 1) != 0 ||
-            modbus_connect(context_.get()) != 0) {
+        m_context.reset(modbus_new_rtu(port.c_str(), 19200, 'N', 8, 1));
+        if (!m_context || modbus_set_slave(m_context.get(), 1) != 0 ||
+            modbus_connect(m_context.get()) != 0) {
             throw std::runtime_error("libmodbus opens no line");
         }
     }
     void write() {
-        check(modbus_write_registers(context_.get(), 0, WRITTEN_REGISTERS, registers_.data()),
+        check(modbus_write_registers(m_context.get(), 0, WRITTEN_REGISTERS, m_registers.data()),
               WRITTEN_REGISTERS);
     }
     void read() {
-        check(modbus_read_registers(context_.get(), 0, READ_REGISTERS, registers_.data()),
+        check(modbus_read_registers(m_context.get(), 0, READ_REGISTERS, m_registers.data()),
               READ_REGISTERS);
     }
 
@@ -69,8 +69,8 @@ private:
         }
     }
 
-    std::unique_ptr<modbus_t, ModbusClose> context_;
-    std::array<std::uint16_t, 128> registers_{};
+    std::unique_ptr<modbus_t, ModbusClose> m_context;
+    std::array<std::uint16_t, 128> m_registers{};
 };
 
 // What the protocol asks of the operating system and nothing else: one write a byte, one wait and
@@ -78,20 +78,20 @@ private:
 class BareLoop {
 public:
     explicit BareLoop(const std::string &port)
-        : fd_(::open(port.c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK)) {
+        : m_fd(::open(port.c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK)) {
         termios attributes{};
-        ::tcgetattr(fd_, &attributes);
+        ::tcgetattr(m_fd, &attributes);
         ::cfmakeraw(&attributes);
-        ::tcsetattr(fd_, TCSANOW, &attributes);
+        ::tcsetattr(m_fd, TCSANOW, &attributes);
     }
-    ~BareLoop() { ::close(fd_); }
+    ~BareLoop() { ::close(m_fd); }
     BareLoop(const BareLoop &) = delete;
     BareLoop &operator=(const BareLoop &) = delete;
 
     void exchange(const Bytes &frame, std::size_t answer) {
-        ::tcflush(fd_, TCIFLUSH);
+        ::tcflush(m_fd, TCIFLUSH);
         for (const std::uint8_t byte : frame) {
-            static_cast<void>(!::write(fd_, &byte, 1));
+            static_cast<void>(!::write(m_fd, &byte, 1));
         }
         for (std::size_t i = 0; i < answer; ++i) {
             readByte();
@@ -101,15 +101,15 @@ public:
 private:
     void readByte() {
         std::uint8_t byte = 0;
-        while (::read(fd_, &byte, 1) != 1) {
-            pollfd input{fd_, POLLIN, 0};
+        while (::read(m_fd, &byte, 1) != 1) {
+            pollfd input{m_fd, POLLIN, 0};
             if (::poll(&input, 1, 2000) == 0) {
                 throw std::runtime_error("the device keeps silent");
             }
         }
     }
 
-    int fd_;
+    int m_fd;
 };
 
 // A block of three digits of length.

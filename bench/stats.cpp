@@ -34,7 +34,7 @@ void Table::add(const Row &row) {
                 ratioText(row.ratio.median).c_str(), ratioText(row.ratio.low).c_str(),
                 ratioText(row.ratio.high).c_str(), row.beside.c_str());
     std::fflush(stdout);
-    rows_.push_back(row);
+    m_rows.push_back(row);
 }
 
 void Table::writeMarkdown(const std::string &path) const {
@@ -42,7 +42,7 @@ void Table::writeMarkdown(const std::string &path) const {
     out << "| Group | Subject | Beside | Unit | Ours | Theirs | Ratio (quartiles) | Rounds | Note "
            "|\n"
         << "|---|---|---|---|---|---|---|---|---|\n";
-    for (const Row &row : rows_) {
+    for (const Row &row : m_rows) {
         out << "| " << row.group << " | " << row.subject << " | " << row.beside << " | " << row.unit
             << " | " << number(row.ours.median) << " | " << number(row.theirs.median) << " | "
             << ratioText(row.ratio.median) << " (" << ratioText(row.ratio.low) << " .. "
@@ -52,7 +52,7 @@ void Table::writeMarkdown(const std::string &path) const {
 
 void Table::writeJson(const std::string &path) const {
     nlohmann::json rows = nlohmann::json::array();
-    for (const Row &row : rows_) {
+    for (const Row &row : m_rows) {
         rows.push_back({{"group", row.group},
                         {"subject", row.subject},
                         {"beside", row.beside},

@@ -53,9 +53,9 @@ struct Row {
 
 class Table {
 public:
-    explicit Table(std::size_t rounds) : rounds_(rounds) {}
+    explicit Table(std::size_t rounds) : m_rounds(rounds) {}
 
-    std::size_t rounds() const { return rounds_; }
+    std::size_t rounds() const { return m_rounds; }
 
     // Each of `ours` and `theirs` returns the cost of one turn. They take turns, and the one that
     // begins changes with every round, so that a busy spell of the machine hits both.
@@ -66,7 +66,7 @@ public:
         std::vector<double> ratios;
         ours();
         theirs();
-        for (std::size_t round = 0; round < rounds_; ++round) {
+        for (std::size_t round = 0; round < m_rounds; ++round) {
             if (round % 2 == 0) {
                 left.push_back(ours());
                 right.push_back(theirs());
@@ -79,7 +79,7 @@ public:
         row.ours = spreadOf(left);
         row.theirs = spreadOf(right);
         row.ratio = spreadOf(ratios);
-        row.rounds = rounds_;
+        row.rounds = m_rounds;
         add(row);
     }
 
@@ -88,8 +88,8 @@ public:
     void writeJson(const std::string &path) const;
 
 private:
-    std::size_t rounds_;
-    std::vector<Row> rows_;
+    std::size_t m_rounds;
+    std::vector<Row> m_rows;
 };
 
 void measureBytes(Table &table);

@@ -21,20 +21,20 @@ inline void pcl_element_delete(PclDeleteFn del, void *element) {
 class PclElementCopy {
 public:
     PclElementCopy(const void *original, PclCopyFn copy, PclDeleteFn del)
-        : element_(original == nullptr ? nullptr : copy(original)), del_(del) {}
-    ~PclElementCopy() { pcl_element_delete(del_, element_); }
+        : m_element(original == nullptr ? nullptr : copy(original)), m_del(del) {}
+    ~PclElementCopy() { pcl_element_delete(m_del, m_element); }
     PclElementCopy(const PclElementCopy &) = delete;
     PclElementCopy &operator=(const PclElementCopy &) = delete;
 
-    void *get() const { return element_; }
+    void *get() const { return m_element; }
 
     void *release() {
-        void *element = element_;
-        element_ = nullptr;
+        void *element = m_element;
+        m_element = nullptr;
         return element;
     }
 
 private:
-    void *element_;
-    PclDeleteFn del_;
+    void *m_element;
+    PclDeleteFn m_del;
 };

@@ -39,22 +39,22 @@ PclWaits &pcl_system_waits() {
 }
 
 PclDeadline::PclDeadline(PclWaits &waits, nanoseconds wait)
-    : waits_(waits), end_(waits.now() + wait) {}
+    : m_waits(waits), m_end(waits.now() + wait) {}
 
-PclDeadline::PclDeadline(PclWaits &waits) : waits_(waits) {}
+PclDeadline::PclDeadline(PclWaits &waits) : m_waits(waits) {}
 
 std::optional<nanoseconds> PclDeadline::remaining() const {
-    if (!end_) {
+    if (!m_end) {
         return std::nullopt;
     }
-    return std::max(*end_ - waits_.now(), nanoseconds::zero());
+    return std::max(*m_end - m_waits.now(), nanoseconds::zero());
 }
 
 PclWaitResult PclDeadline::wait(int fd, short events, int interrupt) const {
     for (;;) {
         const std::optional<nanoseconds> left = remaining();
         std::array<pollfd, 2> waitedFor = {{{fd, events, 0}, {interrupt, POLLIN, 0}}};
-        const int ready = waits_.poll(waitedFor, left);
+        const int ready = m_waits.poll(waitedFor, left);
         if (ready > 0) {
             if (waitedFor[1].revents != 0) {
                 return {PclWaitOutcome::FAILED, ECANCELED};

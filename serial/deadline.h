@@ -49,6 +49,6 @@ public:
 private:
     std::optional<std::chrono::nanoseconds> remaining() const;
 
-    PclWaits &waits_;
-    std::optional<std::chrono::nanoseconds> end_;
+    PclWaits &m_waits;
+    std::optional<std::chrono::nanoseconds> m_end;
 };

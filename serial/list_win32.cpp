@@ -15,17 +15,17 @@ constexpr std::size_t TEXT_SIZE = 256;
 class PortsKey {
 public:
     PortsKey()
-        : open_(RegOpenKeyExA(HKEY_LOCAL_MACHINE, PORTS_KEY, 0, KEY_READ, &key_) == ERROR_SUCCESS) {
-    }
+        : m_open(RegOpenKeyExA(HKEY_LOCAL_MACHINE, PORTS_KEY, 0, KEY_READ, &m_key) ==
+                 ERROR_SUCCESS) {}
     ~PortsKey() {
-        if (open_) {
-            RegCloseKey(key_);
+        if (m_open) {
+            RegCloseKey(m_key);
         }
     }
     PortsKey(const PortsKey &) = delete;
     PortsKey &operator=(const PortsKey &) = delete;
 
-    bool isOpen() const { return open_; }
+    bool isOpen() const { return m_open; }
 
     /// False when there is no such value.
     bool value(DWORD index, std::array<char, TEXT_SIZE> &data) const {
@@ -34,7 +34,7 @@ public:
         // The registry does not promise a NUL: the last byte stays one.
         DWORD dataSize = TEXT_SIZE - 1;
         data.fill('\0');
-        return RegEnumValueA(key_, index, name.data(), &nameSize, nullptr, nullptr,
+        return RegEnumValueA(m_key, index, name.data(), &nameSize, nullptr, nullptr,
                              reinterpret_cast<BYTE *>(data.data()), &dataSize) == ERROR_SUCCESS;
     }
 
@@ -48,8 +48,8 @@ public:
     }
 
 private:
-    HKEY key_ = nullptr;
-    bool open_;
+    HKEY m_key = nullptr;
+    bool m_open;
 };
 
 } // namespace

@@ -25,20 +25,20 @@ int errnoUnless(bool good) {
 /// An open descriptor that is closed, and so unlocked, unless it is released.
 class Descriptor {
 public:
-    explicit Descriptor(int fd) : fd_(fd) {}
+    explicit Descriptor(int fd) : m_fd(fd) {}
     ~Descriptor() {
-        if (fd_ != PCL_PORT_NO_HANDLE) {
-            ::close(fd_);
+        if (m_fd != PCL_PORT_NO_HANDLE) {
+            ::close(m_fd);
         }
     }
     Descriptor(const Descriptor &) = delete;
     Descriptor &operator=(const Descriptor &) = delete;
 
-    int get() const { return fd_; }
-    int release() { return std::exchange(fd_, PCL_PORT_NO_HANDLE); }
+    int get() const { return m_fd; }
+    int release() { return std::exchange(m_fd, PCL_PORT_NO_HANDLE); }
 
 private:
-    int fd_;
+    int m_fd;
 };
 
 /// False when the path does not fit.

@@ -19,20 +19,20 @@ int lastErrorUnless(BOOL good) {
 /// An open device that is closed unless it is released.
 class Device {
 public:
-    explicit Device(HANDLE handle) : handle_(handle) {}
+    explicit Device(HANDLE handle) : m_handle(handle) {}
     ~Device() {
-        if (handle_ != INVALID_HANDLE_VALUE) {
-            CloseHandle(handle_);
+        if (m_handle != INVALID_HANDLE_VALUE) {
+            CloseHandle(m_handle);
         }
     }
     Device(const Device &) = delete;
     Device &operator=(const Device &) = delete;
 
-    HANDLE get() const { return handle_; }
-    HANDLE release() { return std::exchange(handle_, INVALID_HANDLE_VALUE); }
+    HANDLE get() const { return m_handle; }
+    HANDLE release() { return std::exchange(m_handle, INVALID_HANDLE_VALUE); }
 
 private:
-    HANDLE handle_;
+    HANDLE m_handle;
 };
 
 /// False when the path does not fit.

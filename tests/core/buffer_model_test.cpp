@@ -16,8 +16,8 @@ namespace {
 class BufferModel {
 public:
     BufferModel(std::uint32_t capacity, std::uint32_t seed)
-        : capacity_(capacity), random_(seed), buffer_(pcl_buffer_create(capacity)) {}
-    ~BufferModel() { pcl_buffer_destroy(&buffer_); }
+        : m_capacity(capacity), m_random(seed), m_buffer(pcl_buffer_create(capacity)) {}
+    ~BufferModel() { pcl_buffer_destroy(&m_buffer); }
     BufferModel(const BufferModel &) = delete;
     BufferModel &operator=(const BufferModel &) = delete;
 
@@ -47,99 +47,99 @@ public:
             rewind();
             break;
         }
-        ASSERT_EQ(pcl_buffer_available(buffer_), model_.size());
-        ASSERT_EQ(pcl_buffer_free_space(buffer_), capacity_ - model_.size());
+        ASSERT_EQ(pcl_buffer_available(m_buffer), m_model.size());
+        ASSERT_EQ(pcl_buffer_free_space(m_buffer), m_capacity - m_model.size());
     }
 
 private:
     std::uint32_t upTo(std::uint32_t max) {
-        return std::uniform_int_distribution<std::uint32_t>(0, max)(random_);
+        return std::uniform_int_distribution<std::uint32_t>(0, max)(m_random);
     }
     std::uint8_t anyByte() { return static_cast<std::uint8_t>(upTo(255)); }
 
     void writeSome() {
-        std::vector<std::uint8_t> bytes(upTo(capacity_ + 2));
+        std::vector<std::uint8_t> bytes(upTo(m_capacity + 2));
         for (std::uint8_t &byte : bytes) {
             byte = anyByte();
         }
-        const bool fits = model_.size() + bytes.size() <= capacity_;
+        const bool fits = m_model.size() + bytes.size() <= m_capacity;
         const PclException failure =
-            pcl_attempt([&] { pcl_buffer_write(buffer_, bytes.data(), bytes.size()); });
+            pcl_attempt([&] { pcl_buffer_write(m_buffer, bytes.data(), bytes.size()); });
         ASSERT_EQ(static_cast<bool>(failure), !fits);
         if (fits) {
-            model_.insert(model_.end(), bytes.begin(), bytes.end());
+            m_model.insert(m_model.end(), bytes.begin(), bytes.end());
         }
     }
 
     void readSome() {
-        const std::uint32_t count = upTo(capacity_ + 2);
+        const std::uint32_t count = upTo(m_capacity + 2);
         std::vector<std::uint8_t> bytes(count + 1);
         const bool skip = upTo(4) == 0;
-        const std::uint32_t taken = pcl_buffer_read(buffer_, skip ? nullptr : bytes.data(), count);
-        ASSERT_EQ(taken, std::min<std::size_t>(count, model_.size()));
+        const std::uint32_t taken = pcl_buffer_read(m_buffer, skip ? nullptr : bytes.data(), count);
+        ASSERT_EQ(taken, std::min<std::size_t>(count, m_model.size()));
         if (!skip) {
-            ASSERT_TRUE(std::equal(model_.begin(), model_.begin() + taken, bytes.begin()));
+            ASSERT_TRUE(std::equal(m_model.begin(), m_model.begin() + taken, bytes.begin()));
         }
-        model_.erase(model_.begin(), model_.begin() + taken);
+        m_model.erase(m_model.begin(), m_model.begin() + taken);
     }
 
     void writeNumber() {
-        const auto value = static_cast<std::uint32_t>(random_());
+        const auto value = static_cast<std::uint32_t>(m_random());
         const std::uint8_t little = upTo(1) == 1;
-        const bool fits = model_.size() + 4 <= capacity_;
+        const bool fits = m_model.size() + 4 <= m_capacity;
         const PclException failure =
-            pcl_attempt([&] { pcl_buffer_write_u32(buffer_, value, little); });
+            pcl_attempt([&] { pcl_buffer_write_u32(m_buffer, value, little); });
         ASSERT_EQ(static_cast<bool>(failure), !fits);
         for (std::uint32_t i = 0; fits && i < 4; ++i) {
-            model_.push_back(static_cast<std::uint8_t>(value >> (8 * (little != 0 ? i : 3 - i))));
+            m_model.push_back(static_cast<std::uint8_t>(value >> (8 * (little != 0 ? i : 3 - i))));
         }
     }
 
     void readNumber() {
         const std::uint8_t little = upTo(1) == 1;
-        const bool enough = model_.size() >= 2;
+        const bool enough = m_model.size() >= 2;
         std::uint16_t value = 0;
         const PclException failure =
-            pcl_attempt([&] { value = pcl_buffer_read_u16(buffer_, little); });
+            pcl_attempt([&] { value = pcl_buffer_read_u16(m_buffer, little); });
         ASSERT_EQ(static_cast<bool>(failure), !enough);
         if (enough) {
-            const int high = model_[little != 0 ? 1 : 0];
-            const int low = model_[little != 0 ? 0 : 1];
+            const int high = m_model[little != 0 ? 1 : 0];
+            const int low = m_model[little != 0 ? 0 : 1];
             ASSERT_EQ(value, high * 256 + low);
-            model_.erase(model_.begin(), model_.begin() + 2);
+            m_model.erase(m_model.begin(), m_model.begin() + 2);
         }
     }
 
     void writeByte() {
         const std::uint8_t byte = anyByte();
-        const bool fits = model_.size() < capacity_;
-        const PclException failure = pcl_attempt([&] { pcl_buffer_write_byte(buffer_, byte); });
+        const bool fits = m_model.size() < m_capacity;
+        const PclException failure = pcl_attempt([&] { pcl_buffer_write_byte(m_buffer, byte); });
         ASSERT_EQ(static_cast<bool>(failure), !fits);
         if (fits) {
-            model_.push_back(byte);
+            m_model.push_back(byte);
         }
     }
 
     void readByte() {
         std::uint8_t byte = 0;
-        const PclException failure = pcl_attempt([&] { byte = pcl_buffer_read_byte(buffer_); });
-        ASSERT_EQ(static_cast<bool>(failure), model_.empty());
-        if (!model_.empty()) {
-            ASSERT_EQ(byte, model_.front());
-            model_.pop_front();
+        const PclException failure = pcl_attempt([&] { byte = pcl_buffer_read_byte(m_buffer); });
+        ASSERT_EQ(static_cast<bool>(failure), m_model.empty());
+        if (!m_model.empty()) {
+            ASSERT_EQ(byte, m_model.front());
+            m_model.pop_front();
         }
     }
 
     void rewind() {
-        const PclBufferState mark = pcl_buffer_get_state(buffer_);
-        pcl_buffer_read(buffer_, nullptr, upTo(capacity_));
-        pcl_buffer_set_state(buffer_, mark);
+        const PclBufferState mark = pcl_buffer_get_state(m_buffer);
+        pcl_buffer_read(m_buffer, nullptr, upTo(m_capacity));
+        pcl_buffer_set_state(m_buffer, mark);
     }
 
-    std::uint32_t capacity_;
-    std::mt19937 random_;
-    PclBuffer *buffer_;
-    std::deque<std::uint8_t> model_;
+    std::uint32_t m_capacity;
+    std::mt19937 m_random;
+    PclBuffer *m_buffer;
+    std::deque<std::uint8_t> m_model;
 };
 
 } // namespace

@@ -14,16 +14,16 @@ namespace {
 /// A buffer for one test.
 class Ring {
 public:
-    explicit Ring(std::uint32_t capacity) : buffer_(pcl_buffer_create(capacity)) {}
-    ~Ring() { pcl_buffer_destroy(&buffer_); }
+    explicit Ring(std::uint32_t capacity) : m_buffer(pcl_buffer_create(capacity)) {}
+    ~Ring() { pcl_buffer_destroy(&m_buffer); }
     Ring(const Ring &) = delete;
     Ring &operator=(const Ring &) = delete;
 
-    operator PclBuffer *() const { return buffer_; }
-    PclBuffer *operator->() const { return buffer_; }
+    operator PclBuffer *() const { return m_buffer; }
+    PclBuffer *operator->() const { return m_buffer; }
 
 private:
-    PclBuffer *buffer_;
+    PclBuffer *m_buffer;
 };
 
 void write(PclBuffer *buffer, const std::string &bytes) {

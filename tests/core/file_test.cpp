@@ -17,25 +17,25 @@ protected:
     void SetUp() override {
         std::string pattern = (std::filesystem::temp_directory_path() / "pinpad-XXXXXX").string();
         ASSERT_NE(mkdtemp(pattern.data()), nullptr);
-        folder_ = pattern;
+        m_folder = pattern;
     }
-    void TearDown() override { std::filesystem::remove_all(folder_); }
+    void TearDown() override { std::filesystem::remove_all(m_folder); }
 
-    std::string path(const char *name) const { return (folder_ / name).string(); }
+    std::string path(const char *name) const { return (m_folder / name).string(); }
 
     std::string write(const char *name, const std::string &content) const {
         std::ofstream(path(name), std::ios::binary) << content;
         return path(name);
     }
 
-    std::filesystem::path folder_;
+    std::filesystem::path m_folder;
 };
 
 } // namespace
 
 TEST_F(File, OnlyARegularFileIsRegular) {
     EXPECT_EQ(pcl_file_is_regular(write("file", "abc").c_str()), 1);
-    EXPECT_EQ(pcl_file_is_regular(folder_.c_str()), 0);
+    EXPECT_EQ(pcl_file_is_regular(m_folder.c_str()), 0);
     EXPECT_EQ(pcl_file_is_regular("/dev/null"), 0);
 }
 

@@ -14,19 +14,19 @@ class List : public testing::Test {
 protected:
     void SetUp() override {
         elements::counters = {};
-        list_ = pcl_list_create(&elements::copy, &elements::release, &elements::equals);
+        m_list = pcl_list_create(&elements::copy, &elements::release, &elements::equals);
     }
     void TearDown() override {
-        pcl_list_destroy(&list_);
-        EXPECT_EQ(list_, nullptr);
+        pcl_list_destroy(&m_list);
+        EXPECT_EQ(m_list, nullptr);
         EXPECT_EQ(elements::counters.live(), 0);
     }
 
-    PclListNode *append(int value) { return pcl_list_append(list_, &value); }
+    PclListNode *append(int value) { return pcl_list_append(m_list, &value); }
 
     std::vector<int> forwards() const {
         std::vector<int> values;
-        for (const PclListNode *node = pcl_list_first(list_); node != nullptr;
+        for (const PclListNode *node = pcl_list_first(m_list); node != nullptr;
              node = pcl_list_node_next(node)) {
             values.push_back(elements::valueOf(pcl_list_node_item(node)));
         }
@@ -35,14 +35,14 @@ protected:
 
     std::vector<int> backwards() const {
         std::vector<int> values;
-        for (const PclListNode *node = pcl_list_last(list_); node != nullptr;
+        for (const PclListNode *node = pcl_list_last(m_list); node != nullptr;
              node = pcl_list_node_previous(node)) {
             values.push_back(elements::valueOf(pcl_list_node_item(node)));
         }
         return values;
     }
 
-    PclList *list_ = nullptr;
+    PclList *m_list = nullptr;
 };
 
 } // namespace
@@ -66,53 +66,53 @@ TEST(ListCreate, GivesNullWhenTheHandlerReturns) {
 }
 
 TEST_F(List, StartsEmpty) {
-    EXPECT_EQ(pcl_list_count(list_), 0U);
-    EXPECT_EQ(pcl_list_first(list_), nullptr);
-    EXPECT_EQ(pcl_list_last(list_), nullptr);
-    EXPECT_EQ(pcl_list_remove_first(list_), 0);
-    EXPECT_EQ(pcl_list_remove_last(list_), 0);
+    EXPECT_EQ(pcl_list_count(m_list), 0U);
+    EXPECT_EQ(pcl_list_first(m_list), nullptr);
+    EXPECT_EQ(pcl_list_last(m_list), nullptr);
+    EXPECT_EQ(pcl_list_remove_first(m_list), 0);
+    EXPECT_EQ(pcl_list_remove_last(m_list), 0);
 }
 
 TEST_F(List, KeepsTheOrderOfAppending) {
     append(1);
     append(2);
     append(3);
-    EXPECT_EQ(pcl_list_count(list_), 3U);
+    EXPECT_EQ(pcl_list_count(m_list), 3U);
     EXPECT_EQ(forwards(), (std::vector<int>{1, 2, 3}));
     EXPECT_EQ(backwards(), (std::vector<int>{3, 2, 1}));
 }
 
 TEST_F(List, OwnsACopyOfEachItem) {
     int value = 5;
-    const PclListNode *node = pcl_list_append(list_, &value);
+    const PclListNode *node = pcl_list_append(m_list, &value);
     ASSERT_NE(node, nullptr);
-    EXPECT_EQ(node, pcl_list_last(list_));
+    EXPECT_EQ(node, pcl_list_last(m_list));
     EXPECT_NE(pcl_list_node_item(node), &value);
     value = 6;
     EXPECT_EQ(elements::valueOf(pcl_list_node_item(node)), 5);
 }
 
 TEST_F(List, StoresANullItemAsNull) {
-    const PclListNode *node = pcl_list_append(list_, nullptr);
+    const PclListNode *node = pcl_list_append(m_list, nullptr);
     ASSERT_NE(node, nullptr);
     EXPECT_EQ(pcl_list_node_item(node), nullptr);
-    EXPECT_EQ(pcl_list_count(list_), 1U);
+    EXPECT_EQ(pcl_list_count(m_list), 1U);
     EXPECT_EQ(elements::counters.copies, 0);
-    EXPECT_EQ(pcl_list_remove_first(list_), 1);
+    EXPECT_EQ(pcl_list_remove_first(m_list), 1);
     EXPECT_EQ(elements::counters.deletes, 0);
 }
 
 TEST_F(List, RemovingTheOnlyItemLeavesNeitherHeadNorTail) {
     append(1);
-    EXPECT_EQ(pcl_list_remove_last(list_), 1);
-    EXPECT_EQ(list_->head, nullptr);
-    EXPECT_EQ(list_->tail, nullptr);
-    EXPECT_EQ(pcl_list_count(list_), 0U);
+    EXPECT_EQ(pcl_list_remove_last(m_list), 1);
+    EXPECT_EQ(m_list->head, nullptr);
+    EXPECT_EQ(m_list->tail, nullptr);
+    EXPECT_EQ(pcl_list_count(m_list), 0U);
 
     append(2);
-    EXPECT_EQ(pcl_list_remove_first(list_), 1);
-    EXPECT_EQ(list_->head, nullptr);
-    EXPECT_EQ(list_->tail, nullptr);
+    EXPECT_EQ(pcl_list_remove_first(m_list), 1);
+    EXPECT_EQ(m_list->head, nullptr);
+    EXPECT_EQ(m_list->tail, nullptr);
     EXPECT_EQ(elements::counters.live(), 0);
 }
 
@@ -120,8 +120,8 @@ TEST_F(List, RemovesFromBothEnds) {
     for (int value = 1; value <= 4; ++value) {
         append(value);
     }
-    EXPECT_EQ(pcl_list_remove_first(list_), 1);
-    EXPECT_EQ(pcl_list_remove_last(list_), 1);
+    EXPECT_EQ(pcl_list_remove_first(m_list), 1);
+    EXPECT_EQ(pcl_list_remove_last(m_list), 1);
     EXPECT_EQ(forwards(), (std::vector<int>{2, 3}));
     EXPECT_EQ(backwards(), (std::vector<int>{3, 2}));
     EXPECT_EQ(elements::counters.deletes, 2);
@@ -129,12 +129,12 @@ TEST_F(List, RemovesFromBothEnds) {
 
 TEST_F(List, ClearDeletesEveryItem) {
     append(1);
-    pcl_list_append(list_, nullptr);
+    pcl_list_append(m_list, nullptr);
     append(2);
-    pcl_list_clear(list_);
-    EXPECT_EQ(pcl_list_count(list_), 0U);
-    EXPECT_EQ(list_->head, nullptr);
-    EXPECT_EQ(list_->tail, nullptr);
+    pcl_list_clear(m_list);
+    EXPECT_EQ(pcl_list_count(m_list), 0U);
+    EXPECT_EQ(m_list->head, nullptr);
+    EXPECT_EQ(m_list->tail, nullptr);
     EXPECT_EQ(elements::counters.deletes, 2);
     append(3);
     EXPECT_EQ(forwards(), std::vector<int>{3});
@@ -146,37 +146,37 @@ TEST_F(List, FindsFromEitherEnd) {
     const PclListNode *last = append(7);
     const int seven = 7;
     std::uint32_t index = 99;
-    EXPECT_EQ(pcl_list_find_first(list_, &seven, &index), first);
+    EXPECT_EQ(pcl_list_find_first(m_list, &seven, &index), first);
     EXPECT_EQ(index, 0U);
-    EXPECT_EQ(pcl_list_find_last(list_, &seven, &index), last);
+    EXPECT_EQ(pcl_list_find_last(m_list, &seven, &index), last);
     EXPECT_EQ(index, 2U);
-    EXPECT_EQ(pcl_list_find_first(list_, &seven, nullptr), first);
-    EXPECT_EQ(pcl_list_find_last(list_, &seven, nullptr), last);
+    EXPECT_EQ(pcl_list_find_first(m_list, &seven, nullptr), first);
+    EXPECT_EQ(pcl_list_find_last(m_list, &seven, nullptr), last);
 }
 
 TEST_F(List, FindsTheVeryPointer) {
     const PclListNode *node = append(7);
-    EXPECT_EQ(pcl_list_find_first(list_, pcl_list_node_item(node), nullptr), node);
+    EXPECT_EQ(pcl_list_find_first(m_list, pcl_list_node_item(node), nullptr), node);
 }
 
 TEST_F(List, FindsANullItem) {
     append(7);
-    const PclListNode *node = pcl_list_append(list_, nullptr);
+    const PclListNode *node = pcl_list_append(m_list, nullptr);
     append(8);
     std::uint32_t index = 99;
-    EXPECT_EQ(pcl_list_find_first(list_, nullptr, &index), node);
+    EXPECT_EQ(pcl_list_find_first(m_list, nullptr, &index), node);
     EXPECT_EQ(index, 1U);
-    EXPECT_EQ(pcl_list_find_last(list_, nullptr, &index), node);
+    EXPECT_EQ(pcl_list_find_last(m_list, nullptr, &index), node);
     EXPECT_EQ(index, 1U);
 }
 
 TEST_F(List, AbsentItemsAreNotFound) {
     append(7);
-    pcl_list_append(list_, nullptr);
+    pcl_list_append(m_list, nullptr);
     const int other = 9;
     std::uint32_t index = 99;
-    EXPECT_EQ(pcl_list_find_first(list_, &other, &index), nullptr);
-    EXPECT_EQ(pcl_list_find_last(list_, &other, &index), nullptr);
+    EXPECT_EQ(pcl_list_find_first(m_list, &other, &index), nullptr);
+    EXPECT_EQ(pcl_list_find_last(m_list, &other, &index), nullptr);
     EXPECT_EQ(index, 99U);
 }
 
@@ -190,7 +190,7 @@ TEST_F(List, AFailedAppendChangesNothing) {
     EXPECT_FAILURE(append(2), PCL_RESULT_RUNTIME_ERROR, "copy");
     EXPECT_EQ(forwards(), std::vector<int>{1});
     EXPECT_EQ(backwards(), std::vector<int>{1});
-    EXPECT_EQ(pcl_list_count(list_), 1U);
+    EXPECT_EQ(pcl_list_count(m_list), 1U);
 }
 
 TEST_F(List, AFailedAppendChangesNothingWhenTheHandlerReturns) {
@@ -200,8 +200,8 @@ TEST_F(List, AFailedAppendChangesNothingWhenTheHandlerReturns) {
         EXPECT_EQ(append(2), nullptr);
         EXPECT_EQ(handler.count(), failing);
     }
-    EXPECT_EQ(pcl_list_count(list_), 0U);
-    EXPECT_EQ(list_->head, nullptr);
+    EXPECT_EQ(pcl_list_count(m_list), 0U);
+    EXPECT_EQ(m_list->head, nullptr);
 }
 
 TEST_F(List, DestroyIgnoresNull) {

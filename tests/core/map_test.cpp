@@ -21,39 +21,39 @@ class Map : public testing::Test {
 protected:
     void SetUp() override {
         elements::counters = {};
-        map_ = createMap(4);
+        m_map = createMap(4);
     }
     void TearDown() override {
-        pcl_map_destroy(&map_);
-        EXPECT_EQ(map_, nullptr);
+        pcl_map_destroy(&m_map);
+        EXPECT_EQ(m_map, nullptr);
         EXPECT_EQ(elements::counters.live(), 0);
     }
 
     void useHash(PclHashFn hash) {
-        pcl_map_destroy(&map_);
-        map_ = createMap(8, hash);
+        pcl_map_destroy(&m_map);
+        m_map = createMap(8, hash);
     }
 
-    void *put(int key, int value) { return pcl_map_put(map_, &key, &value); }
-    std::uint8_t remove(int key) { return pcl_map_remove(map_, &key); }
+    void *put(int key, int value) { return pcl_map_put(m_map, &key, &value); }
+    std::uint8_t remove(int key) { return pcl_map_remove(m_map, &key); }
 
     /// The value stored for the key, -1 when there is none.
     int get(int key) const {
-        const void *value = pcl_map_get(map_, &key);
+        const void *value = pcl_map_get(m_map, &key);
         return value == nullptr ? -1 : elements::valueOf(value);
     }
 
     std::vector<std::pair<int, int>> all() const {
         std::vector<std::pair<int, int>> entries;
         PclMapIterator at;
-        for (PclMapIterator *it = pcl_map_iterator_begin(map_, &at); it != nullptr;
+        for (PclMapIterator *it = pcl_map_iterator_begin(m_map, &at); it != nullptr;
              it = pcl_map_iterator_next(it)) {
             entries.emplace_back(elements::valueOf(it->key), elements::valueOf(it->value));
         }
         return entries;
     }
 
-    PclMap *map_ = nullptr;
+    PclMap *m_map = nullptr;
 };
 
 using Entries = std::vector<std::pair<int, int>>;
@@ -117,55 +117,55 @@ TEST(MapCreate, ASizeThatCannotBeExpressedIsAFailedAllocation) {
 TEST_F(Map, StoresCopies) {
     int key = 1;
     int value = 10;
-    void *stored = pcl_map_put(map_, &key, &value);
+    void *stored = pcl_map_put(m_map, &key, &value);
     EXPECT_NE(stored, &value);
     EXPECT_EQ(elements::valueOf(stored), 10);
     value = 11;
     EXPECT_EQ(get(1), 10);
-    EXPECT_EQ(pcl_map_get(map_, &key), stored);
+    EXPECT_EQ(pcl_map_get(m_map, &key), stored);
     EXPECT_EQ(elements::counters.copies, 2);
 }
 
 TEST_F(Map, AKeyNeverPutIsAbsent) {
     put(1, 10);
     const int absent = 2;
-    EXPECT_EQ(pcl_map_get(map_, &absent), nullptr);
-    EXPECT_EQ(pcl_map_remove(map_, &absent), 0);
-    EXPECT_EQ(pcl_map_count(map_), 1U);
+    EXPECT_EQ(pcl_map_get(m_map, &absent), nullptr);
+    EXPECT_EQ(pcl_map_remove(m_map, &absent), 0);
+    EXPECT_EQ(pcl_map_count(m_map), 1U);
 }
 
 TEST_F(Map, AnExistingKeyHasItsValueReplaced) {
     put(1, 10);
     PclMapIterator before;
-    pcl_map_iterator_begin(map_, &before);
+    pcl_map_iterator_begin(m_map, &before);
     const int copies = elements::counters.copies;
     const void *stored = put(1, 11);
     EXPECT_EQ(elements::valueOf(stored), 11);
     EXPECT_EQ(get(1), 11);
-    EXPECT_EQ(pcl_map_count(map_), 1U);
+    EXPECT_EQ(pcl_map_count(m_map), 1U);
     EXPECT_EQ(elements::counters.copies, copies + 1);
     EXPECT_EQ(elements::counters.deletes, 1);
     PclMapIterator after;
-    pcl_map_iterator_begin(map_, &after);
+    pcl_map_iterator_begin(m_map, &after);
     EXPECT_EQ(after.key, before.key);
 }
 
 TEST_F(Map, AValueMayBeReplacedByItself) {
     const int key = 1;
     put(1, 10);
-    pcl_map_put(map_, &key, pcl_map_get(map_, &key));
+    pcl_map_put(m_map, &key, pcl_map_get(m_map, &key));
     EXPECT_EQ(get(1), 10);
 }
 
 TEST_F(Map, GrowsWithTheThirdOfFour) {
     put(1, 10);
     put(2, 20);
-    EXPECT_EQ(pcl_map_capacity(map_), 4U);
+    EXPECT_EQ(pcl_map_capacity(m_map), 4U);
     put(2, 21);
-    EXPECT_EQ(pcl_map_capacity(map_), 4U);
+    EXPECT_EQ(pcl_map_capacity(m_map), 4U);
     put(3, 30);
-    EXPECT_EQ(pcl_map_capacity(map_), 8U);
-    EXPECT_EQ(pcl_map_count(map_), 3U);
+    EXPECT_EQ(pcl_map_capacity(m_map), 8U);
+    EXPECT_EQ(pcl_map_count(m_map), 3U);
     EXPECT_EQ(all(), (Entries{{1, 10}, {2, 21}, {3, 30}}));
 }
 
@@ -174,7 +174,7 @@ TEST_F(Map, GrowingMovesWithoutCopying) {
     put(2, 20);
     put(3, 30);
     const int key = 1;
-    EXPECT_EQ(pcl_map_get(map_, &key), first);
+    EXPECT_EQ(pcl_map_get(m_map, &key), first);
     EXPECT_EQ(elements::counters.copies, 6);
     EXPECT_EQ(elements::counters.deletes, 0);
 }
@@ -184,9 +184,9 @@ TEST_F(Map, ProbesFurtherAndWrapsToTheStart) {
     put(1, 10);
     put(2, 20);
     put(3, 30);
-    EXPECT_EQ(elements::valueOf(map_->slots[7]->key), 1);
-    EXPECT_EQ(elements::valueOf(map_->slots[0]->key), 2);
-    EXPECT_EQ(elements::valueOf(map_->slots[1]->key), 3);
+    EXPECT_EQ(elements::valueOf(m_map->slots[7]->key), 1);
+    EXPECT_EQ(elements::valueOf(m_map->slots[0]->key), 2);
+    EXPECT_EQ(elements::valueOf(m_map->slots[1]->key), 3);
     EXPECT_EQ(get(1), 10);
     EXPECT_EQ(get(2), 20);
     EXPECT_EQ(get(3), 30);
@@ -196,7 +196,7 @@ TEST_F(Map, ProbesFurtherAndWrapsToTheStart) {
 TEST_F(Map, RemoveDeletesKeyAndValue) {
     put(1, 10);
     EXPECT_EQ(remove(1), 1);
-    EXPECT_EQ(pcl_map_count(map_), 0U);
+    EXPECT_EQ(pcl_map_count(m_map), 0U);
     EXPECT_EQ(elements::counters.deletes, 2);
     EXPECT_EQ(get(1), -1);
     EXPECT_EQ(remove(1), 0);
@@ -209,7 +209,7 @@ TEST_F(Map, RemovalHidesWhatHadProbedPastTheRemoved) {
     EXPECT_EQ(remove(1), 1);
     EXPECT_EQ(get(2), -1);
     EXPECT_EQ(remove(2), 0);
-    EXPECT_EQ(pcl_map_count(map_), 1U);
+    EXPECT_EQ(pcl_map_count(m_map), 1U);
 }
 
 TEST_F(Map, AHiddenEntryPutAgainIsStillReleasedInTheEnd) {
@@ -219,37 +219,37 @@ TEST_F(Map, AHiddenEntryPutAgainIsStillReleasedInTheEnd) {
     remove(1);
     put(2, 21);
     EXPECT_EQ(get(2), 21);
-    EXPECT_EQ(pcl_map_count(map_), 2U);
+    EXPECT_EQ(pcl_map_count(m_map), 2U);
     EXPECT_EQ(all(), (Entries{{2, 21}, {2, 20}}));
     for (int key = 3; key <= 6; ++key) {
         put(key, key * 10);
     }
-    EXPECT_EQ(pcl_map_capacity(map_), 16U);
-    EXPECT_EQ(pcl_map_count(map_), 6U);
+    EXPECT_EQ(pcl_map_capacity(m_map), 16U);
+    EXPECT_EQ(pcl_map_count(m_map), 6U);
     EXPECT_EQ(get(2), 21);
 }
 
 TEST_F(Map, NullKeysAndValuesAreStoredAsNull) {
     const int value = 5;
-    pcl_map_put(map_, nullptr, &value);
+    pcl_map_put(m_map, nullptr, &value);
     const int key = 0;
-    EXPECT_EQ(pcl_map_put(map_, &key, nullptr), nullptr);
-    EXPECT_EQ(pcl_map_count(map_), 2U);
-    EXPECT_EQ(elements::valueOf(pcl_map_get(map_, nullptr)), 5);
-    EXPECT_EQ(pcl_map_get(map_, &key), nullptr);
+    EXPECT_EQ(pcl_map_put(m_map, &key, nullptr), nullptr);
+    EXPECT_EQ(pcl_map_count(m_map), 2U);
+    EXPECT_EQ(elements::valueOf(pcl_map_get(m_map, nullptr)), 5);
+    EXPECT_EQ(pcl_map_get(m_map, &key), nullptr);
     EXPECT_EQ(elements::counters.copies, 2);
-    EXPECT_EQ(pcl_map_remove(map_, &key), 1);
-    EXPECT_EQ(pcl_map_remove(map_, nullptr), 1);
+    EXPECT_EQ(pcl_map_remove(m_map, &key), 1);
+    EXPECT_EQ(pcl_map_remove(m_map, nullptr), 1);
 }
 
 TEST_F(Map, ClearKeepsTheCapacity) {
     for (int key = 0; key < 10; ++key) {
         put(key, key);
     }
-    const std::uint32_t capacity = pcl_map_capacity(map_);
-    pcl_map_clear(map_);
-    EXPECT_EQ(pcl_map_count(map_), 0U);
-    EXPECT_EQ(pcl_map_capacity(map_), capacity);
+    const std::uint32_t capacity = pcl_map_capacity(m_map);
+    pcl_map_clear(m_map);
+    EXPECT_EQ(pcl_map_count(m_map), 0U);
+    EXPECT_EQ(pcl_map_capacity(m_map), capacity);
     EXPECT_EQ(elements::counters.live(), 0);
     EXPECT_EQ(all(), Entries{});
     put(1, 10);
@@ -259,13 +259,13 @@ TEST_F(Map, ClearKeepsTheCapacity) {
 TEST_F(Map, AFullMapRefusesAnotherKey) {
     put(1, 10);
     // A map never fills up by itself: make it believe that it has one slot.
-    map_->slots[0] = std::exchange(map_->slots[1], nullptr);
-    map_->capacity = 1;
+    m_map->slots[0] = std::exchange(m_map->slots[1], nullptr);
+    m_map->capacity = 1;
     EXPECT_FAILURE(put(2, 20), PCL_RESULT_RUNTIME_ERROR,
                    "This point should never have been reached");
     EXPECT_EQ(get(2), -1);
     EXPECT_EQ(get(1), 10);
-    map_->capacity = 4;
+    m_map->capacity = 4;
 }
 
 TEST_F(Map, WhateverFailsInAPutChangesNothing) {
@@ -283,8 +283,8 @@ TEST_F(Map, WhateverFailsInAPutChangesNothing) {
         EXPECT_FAILURE(put(3, 30), PCL_RESULT_RUNTIME_ERROR, "copy");
     }
     EXPECT_EQ(elements::counters.live(), copies);
-    EXPECT_EQ(pcl_map_capacity(map_), 4U);
-    EXPECT_EQ(pcl_map_count(map_), 2U);
+    EXPECT_EQ(pcl_map_capacity(m_map), 4U);
+    EXPECT_EQ(pcl_map_count(m_map), 2U);
     EXPECT_EQ(all(), (Entries{{1, 10}, {2, 20}}));
     elements::counters.failingCopy = 0;
     put(3, 30);
@@ -335,10 +335,10 @@ TEST_F(Map, AForeignExceptionWhileGrowingChangesNothing) {
     EXPECT_THROW(put(6, 60), int);
     hashes = 100;
     EXPECT_EQ(pcl_exception_frame(), nullptr);
-    EXPECT_EQ(pcl_map_capacity(map_), 8U);
+    EXPECT_EQ(pcl_map_capacity(m_map), 8U);
     EXPECT_EQ(all(), (Entries{{1, 10}, {2, 20}, {3, 30}, {4, 40}, {5, 50}}));
     put(6, 60);
-    EXPECT_EQ(pcl_map_count(map_), 6U);
+    EXPECT_EQ(pcl_map_count(m_map), 6U);
 }
 
 TEST_F(Map, IteratesInSlotOrder) {
@@ -346,24 +346,24 @@ TEST_F(Map, IteratesInSlotOrder) {
     put(1, 10);
     EXPECT_EQ(all(), (Entries{{1, 10}, {6, 60}}));
     PclMapIterator at;
-    EXPECT_EQ(pcl_map_iterator_begin(map_, &at), &at);
-    EXPECT_EQ(at.map, map_);
+    EXPECT_EQ(pcl_map_iterator_begin(m_map, &at), &at);
+    EXPECT_EQ(at.map, m_map);
     EXPECT_EQ(pcl_map_iterator_next(&at), &at);
     EXPECT_EQ(pcl_map_iterator_next(&at), nullptr);
 }
 
 TEST_F(Map, AnEmptyMapHasNothingToIterate) {
     PclMapIterator at;
-    EXPECT_EQ(pcl_map_iterator_begin(map_, &at), nullptr);
+    EXPECT_EQ(pcl_map_iterator_begin(m_map, &at), nullptr);
 }
 
 TEST_F(Map, IterationGoesOnWhereTheEntryHasMovedTo) {
     put(1, 10);
     put(2, 20);
     PclMapIterator at;
-    pcl_map_iterator_begin(map_, &at);
+    pcl_map_iterator_begin(m_map, &at);
     put(7, 70);
-    ASSERT_EQ(pcl_map_capacity(map_), 8U);
+    ASSERT_EQ(pcl_map_capacity(m_map), 8U);
     ASSERT_NE(pcl_map_iterator_next(&at), nullptr);
     EXPECT_EQ(elements::valueOf(at.key), 2);
     ASSERT_NE(pcl_map_iterator_next(&at), nullptr);
@@ -374,7 +374,7 @@ TEST_F(Map, ARemovedKeyCannotBeIteratedFrom) {
     put(1, 10);
     put(2, 20);
     PclMapIterator at;
-    pcl_map_iterator_begin(map_, &at);
+    pcl_map_iterator_begin(m_map, &at);
     remove(1);
     EXPECT_FAILURE(pcl_map_iterator_next(&at), PCL_RESULT_ILLEGAL_ARGUMENT,
                    "'it->key' not present in 'it->map'");
@@ -390,11 +390,11 @@ TEST_F(Map, CanBeIteratedFromAnEqualKey) {
     put(3, 30);
     int key = 2;
     PclMapIterator at{};
-    at.map = map_;
+    at.map = m_map;
     at.key = &key;
     ASSERT_EQ(pcl_map_iterator_next(&at), &at);
     EXPECT_EQ(elements::valueOf(at.key), 3);
-    pcl_map_iterator_begin(map_, &at);
+    pcl_map_iterator_begin(m_map, &at);
     at.key = &key;
     ASSERT_EQ(pcl_map_iterator_next(&at), &at);
     EXPECT_EQ(elements::valueOf(at.value), 30);
@@ -406,10 +406,10 @@ TEST_F(Map, CanBeIteratedFromAnEqualKey) {
 
 TEST_F(Map, CanBeIteratedFromANullKey) {
     useHash(&elements::sameHash);
-    pcl_map_put(map_, nullptr, nullptr);
+    pcl_map_put(m_map, nullptr, nullptr);
     put(2, 20);
     PclMapIterator at{};
-    at.map = map_;
+    at.map = m_map;
     ASSERT_EQ(pcl_map_iterator_next(&at), &at);
     EXPECT_EQ(elements::valueOf(at.key), 2);
 }
@@ -419,7 +419,7 @@ TEST_F(Map, AKeyHiddenByARemovalCannotBeIteratedFrom) {
     put(1, 10);
     put(2, 20);
     PclMapIterator at;
-    pcl_map_iterator_begin(map_, &at);
+    pcl_map_iterator_begin(m_map, &at);
     pcl_map_iterator_next(&at);
     remove(1);
     EXPECT_FAILURE(pcl_map_iterator_next(&at), PCL_RESULT_ILLEGAL_ARGUMENT,
@@ -427,23 +427,23 @@ TEST_F(Map, AKeyHiddenByARemovalCannotBeIteratedFrom) {
 }
 
 TEST_F(Map, ACountWithoutEntriesIsNoticed) {
-    map_->count = 1;
+    m_map->count = 1;
     PclMapIterator at;
-    EXPECT_FAILURE(pcl_map_iterator_begin(map_, &at), PCL_RESULT_RUNTIME_ERROR,
+    EXPECT_FAILURE(pcl_map_iterator_begin(m_map, &at), PCL_RESULT_RUNTIME_ERROR,
                    "This point should not have been reached");
     {
         const ScopedHandler handler;
-        EXPECT_EQ(pcl_map_iterator_begin(map_, &at), nullptr);
+        EXPECT_EQ(pcl_map_iterator_begin(m_map, &at), nullptr);
         EXPECT_EQ(handler.count(), 1U);
     }
-    map_->count = 0;
+    m_map->count = 0;
 }
 
 TEST_F(Map, IteratorArgumentsAreChecked) {
     const auto code = PCL_RESULT_ILLEGAL_ARGUMENT;
     PclMapIterator at{};
     EXPECT_FAILURE(pcl_map_iterator_begin(nullptr, nullptr), code, "map is NULL");
-    EXPECT_FAILURE(pcl_map_iterator_begin(map_, nullptr), code, "'out' is NULL");
+    EXPECT_FAILURE(pcl_map_iterator_begin(m_map, nullptr), code, "'out' is NULL");
     EXPECT_FAILURE(pcl_map_iterator_next(nullptr), code, "'it' is NULL");
     EXPECT_FAILURE(pcl_map_iterator_next(&at), code, "'it->map' is NULL");
 }
@@ -476,7 +476,7 @@ TEST_F(Map, NullIsHarmlessWhenTheHandlerReturns) {
     EXPECT_EQ(pcl_map_get(nullptr, &key), nullptr);
     EXPECT_EQ(pcl_map_remove(nullptr, &key), 0);
     EXPECT_EQ(pcl_map_iterator_begin(nullptr, &at), nullptr);
-    EXPECT_EQ(pcl_map_iterator_begin(map_, nullptr), nullptr);
+    EXPECT_EQ(pcl_map_iterator_begin(m_map, nullptr), nullptr);
     EXPECT_EQ(pcl_map_iterator_next(nullptr), nullptr);
     EXPECT_EQ(pcl_map_iterator_next(&at), nullptr);
     EXPECT_EQ(pcl_map_create(1, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr), nullptr);

@@ -30,34 +30,34 @@ class SelfTest : public testing::Test {
 protected:
     void SetUp() override {
         runs = 0;
-        registry_ = pcl_selftest_create();
+        m_registry = pcl_selftest_create();
     }
-    void TearDown() override { pcl_set_destroy(&registry_); }
+    void TearDown() override { pcl_set_destroy(&m_registry); }
 
-    PclSelfTestRegistry *registry_ = nullptr;
+    PclSelfTestRegistry *m_registry = nullptr;
 };
 
 } // namespace
 
 TEST_F(SelfTest, AnEmptyRegistryHasNothingToRun) {
-    EXPECT_EQ(pcl_selftest_count(registry_), 0U);
-    EXPECT_EQ(pcl_selftest_run_all(registry_, nullptr, nullptr), 0U);
+    EXPECT_EQ(pcl_selftest_count(m_registry), 0U);
+    EXPECT_EQ(pcl_selftest_run_all(m_registry, nullptr, nullptr), 0U);
 }
 
 TEST_F(SelfTest, ANameIsRegisteredOnce) {
-    pcl_selftest_register(registry_, "one", &passing);
-    pcl_selftest_register(registry_, std::string("one").c_str(), &failing);
-    EXPECT_EQ(pcl_selftest_count(registry_), 1U);
-    EXPECT_EQ(pcl_selftest_run_all(registry_, nullptr, nullptr), 0U);
+    pcl_selftest_register(m_registry, "one", &passing);
+    pcl_selftest_register(m_registry, std::string("one").c_str(), &failing);
+    EXPECT_EQ(pcl_selftest_count(m_registry), 1U);
+    EXPECT_EQ(pcl_selftest_run_all(m_registry, nullptr, nullptr), 0U);
     EXPECT_EQ(runs, 1);
 }
 
 TEST_F(SelfTest, RunsEveryTestAndReportsEach) {
-    pcl_selftest_register(registry_, "good", &passing);
-    pcl_selftest_register(registry_, "bad", &failing);
-    pcl_selftest_register(registry_, "fine", &passing);
+    pcl_selftest_register(m_registry, "good", &passing);
+    pcl_selftest_register(m_registry, "bad", &failing);
+    pcl_selftest_register(m_registry, "fine", &passing);
     Report report;
-    EXPECT_EQ(pcl_selftest_run_all(registry_, &note, &report), 1U);
+    EXPECT_EQ(pcl_selftest_run_all(m_registry, &note, &report), 1U);
     EXPECT_EQ(runs, 3);
     EXPECT_EQ(report, (Report{{"good", "passed"},
                               {"fine", "passed"},
@@ -67,9 +67,9 @@ TEST_F(SelfTest, RunsEveryTestAndReportsEach) {
 TEST_F(SelfTest, ArgumentsAreChecked) {
     EXPECT_FAILURE(pcl_selftest_register(nullptr, "x", &passing), PCL_RESULT_ILLEGAL_ARGUMENT,
                    "'set' is NULL");
-    EXPECT_FAILURE(pcl_selftest_register(registry_, nullptr, &passing), PCL_RESULT_ILLEGAL_ARGUMENT,
-                   "'name' is NULL");
-    EXPECT_FAILURE(pcl_selftest_register(registry_, "x", nullptr), PCL_RESULT_ILLEGAL_ARGUMENT,
+    EXPECT_FAILURE(pcl_selftest_register(m_registry, nullptr, &passing),
+                   PCL_RESULT_ILLEGAL_ARGUMENT, "'name' is NULL");
+    EXPECT_FAILURE(pcl_selftest_register(m_registry, "x", nullptr), PCL_RESULT_ILLEGAL_ARGUMENT,
                    "'run' is NULL");
     EXPECT_FAILURE(pcl_selftest_count(nullptr), PCL_RESULT_ILLEGAL_ARGUMENT, "'set' is NULL");
     EXPECT_FAILURE(pcl_selftest_run_all(nullptr, nullptr, nullptr), PCL_RESULT_ILLEGAL_ARGUMENT,

@@ -19,34 +19,34 @@ class Set : public testing::Test {
 protected:
     void SetUp() override {
         elements::counters = {};
-        set_ = createSet(4);
+        m_set = createSet(4);
     }
     void TearDown() override {
-        pcl_set_destroy(&set_);
-        EXPECT_EQ(set_, nullptr);
+        pcl_set_destroy(&m_set);
+        EXPECT_EQ(m_set, nullptr);
         EXPECT_EQ(elements::counters.live(), 0);
     }
 
     void useHash(PclHashFn hash) {
-        pcl_set_destroy(&set_);
-        set_ = createSet(8, hash);
+        pcl_set_destroy(&m_set);
+        m_set = createSet(8, hash);
     }
 
-    void *add(int item) { return pcl_set_add(set_, &item); }
-    std::uint8_t contains(int item) const { return pcl_set_contains(set_, &item); }
-    std::uint8_t remove(int item) { return pcl_set_remove(set_, &item); }
+    void *add(int item) { return pcl_set_add(m_set, &item); }
+    std::uint8_t contains(int item) const { return pcl_set_contains(m_set, &item); }
+    std::uint8_t remove(int item) { return pcl_set_remove(m_set, &item); }
 
     std::vector<int> all() const {
         std::vector<int> items;
         PclSetIterator at;
-        for (PclSetIterator *it = pcl_set_iterator_begin(set_, &at); it != nullptr;
+        for (PclSetIterator *it = pcl_set_iterator_begin(m_set, &at); it != nullptr;
              it = pcl_set_iterator_next(it)) {
             items.push_back(elements::valueOf(it->item));
         }
         return items;
     }
 
-    PclSet *set_ = nullptr;
+    PclSet *m_set = nullptr;
 };
 
 using Items = std::vector<int>;
@@ -93,11 +93,11 @@ TEST(SetCreate, EitherAllocationMayFail) {
 
 TEST_F(Set, HoldsEachItemOnce) {
     const int item = 5;
-    void *stored = pcl_set_add(set_, &item);
+    void *stored = pcl_set_add(m_set, &item);
     EXPECT_NE(stored, &item);
     EXPECT_EQ(elements::valueOf(stored), 5);
     EXPECT_EQ(add(5), stored);
-    EXPECT_EQ(pcl_set_count(set_), 1U);
+    EXPECT_EQ(pcl_set_count(m_set), 1U);
     EXPECT_EQ(elements::counters.copies, 1);
     EXPECT_EQ(elements::counters.deletes, 0);
     EXPECT_EQ(contains(5), 1);
@@ -108,9 +108,9 @@ TEST_F(Set, GrowsWithTheThirdOfFour) {
     add(1);
     add(2);
     add(2);
-    EXPECT_EQ(pcl_set_capacity(set_), 4U);
+    EXPECT_EQ(pcl_set_capacity(m_set), 4U);
     add(3);
-    EXPECT_EQ(pcl_set_capacity(set_), 8U);
+    EXPECT_EQ(pcl_set_capacity(m_set), 8U);
     EXPECT_EQ(all(), (Items{1, 2, 3}));
     EXPECT_EQ(elements::counters.copies, 3);
 }
@@ -120,7 +120,7 @@ TEST_F(Set, RemoveDeletesTheItem) {
     EXPECT_EQ(remove(2), 0);
     EXPECT_EQ(remove(1), 1);
     EXPECT_EQ(elements::counters.deletes, 1);
-    EXPECT_EQ(pcl_set_count(set_), 0U);
+    EXPECT_EQ(pcl_set_count(m_set), 0U);
     EXPECT_EQ(contains(1), 0);
 }
 
@@ -131,20 +131,20 @@ TEST_F(Set, RemovalHidesWhatHadProbedPastTheRemoved) {
     remove(1);
     EXPECT_EQ(contains(2), 0);
     EXPECT_EQ(remove(2), 0);
-    EXPECT_EQ(pcl_set_count(set_), 1U);
+    EXPECT_EQ(pcl_set_count(m_set), 1U);
     add(2);
     EXPECT_EQ(all(), (Items{2, 2}));
 }
 
 TEST_F(Set, ANullItemIsStoredAsNull) {
-    EXPECT_EQ(pcl_set_contains(set_, nullptr), 0);
-    EXPECT_EQ(pcl_set_add(set_, nullptr), nullptr);
+    EXPECT_EQ(pcl_set_contains(m_set, nullptr), 0);
+    EXPECT_EQ(pcl_set_add(m_set, nullptr), nullptr);
     add(0);
-    EXPECT_EQ(pcl_set_count(set_), 2U);
-    EXPECT_EQ(pcl_set_contains(set_, nullptr), 1);
+    EXPECT_EQ(pcl_set_count(m_set), 2U);
+    EXPECT_EQ(pcl_set_contains(m_set, nullptr), 1);
     EXPECT_EQ(elements::counters.copies, 1);
     EXPECT_EQ(remove(0), 1);
-    EXPECT_EQ(pcl_set_remove(set_, nullptr), 1);
+    EXPECT_EQ(pcl_set_remove(m_set, nullptr), 1);
     EXPECT_EQ(elements::counters.deletes, 1);
 }
 
@@ -152,22 +152,22 @@ TEST_F(Set, ClearKeepsTheCapacity) {
     for (int item = 0; item < 10; ++item) {
         add(item);
     }
-    const std::uint32_t capacity = pcl_set_capacity(set_);
-    pcl_set_clear(set_);
-    EXPECT_EQ(pcl_set_count(set_), 0U);
-    EXPECT_EQ(pcl_set_capacity(set_), capacity);
+    const std::uint32_t capacity = pcl_set_capacity(m_set);
+    pcl_set_clear(m_set);
+    EXPECT_EQ(pcl_set_count(m_set), 0U);
+    EXPECT_EQ(pcl_set_capacity(m_set), capacity);
     EXPECT_EQ(elements::counters.live(), 0);
 }
 
 TEST_F(Set, AFullSetRefusesAnotherItem) {
     add(1);
     // A set never fills up by itself: make it believe that it has one slot.
-    set_->slots[0] = std::exchange(set_->slots[1], nullptr);
-    set_->capacity = 1;
+    m_set->slots[0] = std::exchange(m_set->slots[1], nullptr);
+    m_set->capacity = 1;
     EXPECT_FAILURE(add(2), PCL_RESULT_RUNTIME_ERROR, "This point should never have been reached");
     EXPECT_EQ(contains(2), 0);
     EXPECT_EQ(contains(1), 1);
-    set_->capacity = 4;
+    m_set->capacity = 4;
 }
 
 TEST_F(Set, WhateverFailsInAnAddChangesNothing) {
@@ -187,7 +187,7 @@ TEST_F(Set, WhateverFailsInAnAddChangesNothing) {
     elements::counters.failingCopy = elements::counters.copies + 1;
     EXPECT_FAILURE(add(3), PCL_RESULT_RUNTIME_ERROR, "copy");
     EXPECT_EQ(elements::counters.live(), 2);
-    EXPECT_EQ(pcl_set_capacity(set_), 4U);
+    EXPECT_EQ(pcl_set_capacity(m_set), 4U);
     EXPECT_EQ(all(), (Items{1, 2}));
     elements::counters.failingCopy = 0;
     add(3);
@@ -205,12 +205,12 @@ TEST_F(Set, AForeignExceptionPassesThrough) {
 
 TEST_F(Set, IteratesInSlotOrder) {
     PclSetIterator at;
-    EXPECT_EQ(pcl_set_iterator_begin(set_, &at), nullptr);
+    EXPECT_EQ(pcl_set_iterator_begin(m_set, &at), nullptr);
     add(6);
     add(1);
     EXPECT_EQ(all(), (Items{1, 6}));
-    EXPECT_EQ(pcl_set_iterator_begin(set_, &at), &at);
-    EXPECT_EQ(at.set, set_);
+    EXPECT_EQ(pcl_set_iterator_begin(m_set, &at), &at);
+    EXPECT_EQ(at.set, m_set);
     EXPECT_EQ(pcl_set_iterator_next(&at), &at);
     EXPECT_EQ(pcl_set_iterator_next(&at), nullptr);
 }
@@ -219,7 +219,7 @@ TEST_F(Set, ARemovedItemCannotBeIteratedFrom) {
     add(1);
     add(2);
     PclSetIterator at;
-    pcl_set_iterator_begin(set_, &at);
+    pcl_set_iterator_begin(m_set, &at);
     remove(1);
     EXPECT_FAILURE(pcl_set_iterator_next(&at), PCL_RESULT_ILLEGAL_ARGUMENT,
                    "'it->item' not present in 'it->set'");
@@ -233,27 +233,27 @@ TEST_F(Set, CanBeIteratedFromAnEqualItem) {
     add(2);
     const int item = 1;
     PclSetIterator at{};
-    at.set = set_;
+    at.set = m_set;
     at.item = &item;
     ASSERT_EQ(pcl_set_iterator_next(&at), &at);
     EXPECT_EQ(elements::valueOf(at.item), 2);
-    pcl_set_iterator_begin(set_, &at);
+    pcl_set_iterator_begin(m_set, &at);
     at.item = &item;
     ASSERT_EQ(pcl_set_iterator_next(&at), &at);
     EXPECT_EQ(elements::valueOf(at.item), 2);
 }
 
 TEST_F(Set, ACountWithoutItemsIsNoticed) {
-    set_->count = 1;
+    m_set->count = 1;
     PclSetIterator at;
-    EXPECT_FAILURE(pcl_set_iterator_begin(set_, &at), PCL_RESULT_RUNTIME_ERROR,
+    EXPECT_FAILURE(pcl_set_iterator_begin(m_set, &at), PCL_RESULT_RUNTIME_ERROR,
                    "This point should not have been reached");
     {
         const ScopedHandler handler;
-        EXPECT_EQ(pcl_set_iterator_begin(set_, &at), nullptr);
+        EXPECT_EQ(pcl_set_iterator_begin(m_set, &at), nullptr);
         EXPECT_EQ(handler.count(), 1U);
     }
-    set_->count = 0;
+    m_set->count = 0;
 }
 
 TEST_F(Set, ArgumentsAreChecked) {
@@ -267,7 +267,7 @@ TEST_F(Set, ArgumentsAreChecked) {
     EXPECT_FAILURE(pcl_set_contains(nullptr, &item), code, "'set' is NULL");
     EXPECT_FAILURE(pcl_set_remove(nullptr, &item), code, "'set' is NULL");
     EXPECT_FAILURE(pcl_set_iterator_begin(nullptr, nullptr), code, "'set' is NULL");
-    EXPECT_FAILURE(pcl_set_iterator_begin(set_, nullptr), code, "'out' is NULL");
+    EXPECT_FAILURE(pcl_set_iterator_begin(m_set, nullptr), code, "'out' is NULL");
     EXPECT_FAILURE(pcl_set_iterator_next(nullptr), code, "'it' is NULL");
     EXPECT_FAILURE(pcl_set_iterator_next(&at), code, "'it->set' is NULL");
     PclSet *none = nullptr;
@@ -286,7 +286,7 @@ TEST_F(Set, NullIsHarmlessWhenTheHandlerReturns) {
     EXPECT_EQ(pcl_set_contains(nullptr, &item), 0);
     EXPECT_EQ(pcl_set_remove(nullptr, &item), 0);
     EXPECT_EQ(pcl_set_iterator_begin(nullptr, &at), nullptr);
-    EXPECT_EQ(pcl_set_iterator_begin(set_, nullptr), nullptr);
+    EXPECT_EQ(pcl_set_iterator_begin(m_set, nullptr), nullptr);
     EXPECT_EQ(pcl_set_iterator_next(nullptr), nullptr);
     EXPECT_EQ(pcl_set_iterator_next(&at), nullptr);
     EXPECT_EQ(pcl_set_create(1, nullptr, nullptr, nullptr, nullptr), nullptr);

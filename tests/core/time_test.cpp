@@ -30,20 +30,20 @@ public:
     Alarms() {
         struct sigaction action {};
         action.sa_handler = &countAlarm;
-        sigaction(SIGALRM, &action, &before_);
+        sigaction(SIGALRM, &action, &m_before);
         const itimerval every{{0, 5000}, {0, 5000}};
         setitimer(ITIMER_REAL, &every, nullptr);
     }
     ~Alarms() {
         const itimerval never{};
         setitimer(ITIMER_REAL, &never, nullptr);
-        sigaction(SIGALRM, &before_, nullptr);
+        sigaction(SIGALRM, &m_before, nullptr);
     }
     Alarms(const Alarms &) = delete;
     Alarms &operator=(const Alarms &) = delete;
 
 private:
-    struct sigaction before_ {};
+    struct sigaction m_before {};
 };
 
 } // namespace

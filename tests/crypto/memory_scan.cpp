@@ -63,9 +63,9 @@ std::vector<Region> writableRegions() {
 
 } // namespace
 
-Secret::Secret(const void *bytes, std::size_t size) : masked_(size) {
+Secret::Secret(const void *bytes, std::size_t size) : m_masked(size) {
     const auto *from = static_cast<const std::uint8_t *>(bytes);
-    std::transform(from, from + size, masked_.begin(),
+    std::transform(from, from + size, m_masked.begin(),
                    [](std::uint8_t byte) { return static_cast<std::uint8_t>(byte ^ MASK); });
 }
 
@@ -78,17 +78,18 @@ std::size_t Secret::occurrences() const {
 }
 
 bool Secret::standsAt(std::uintptr_t address) const {
-    return countIn(address, address + masked_.size()) == 1;
+    return countIn(address, address + m_masked.size()) == 1;
 }
 
 std::size_t Secret::countIn(std::uintptr_t from, std::uintptr_t to) const {
     std::size_t count = 0;
-    for (std::size_t seen = masked_.size(); to - from >= masked_.size() && seen >= masked_.size();
-         from += seen - masked_.size() + 1) {
+    for (std::size_t seen = m_masked.size();
+         to - from >= m_masked.size() && seen >= m_masked.size();
+         from += seen - m_masked.size() + 1) {
         seen = look(from, to - from);
         const std::uint8_t *end = window + seen;
         for (const std::uint8_t *at = window;; ++at) {
-            at = std::search(at, end, masked_.begin(), masked_.end(), equalsMasked);
+            at = std::search(at, end, m_masked.begin(), m_masked.end(), equalsMasked);
             if (at == end) {
                 break;
             }

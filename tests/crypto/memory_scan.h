@@ -19,5 +19,5 @@ public:
 private:
     std::size_t countIn(std::uintptr_t from, std::uintptr_t to) const;
 
-    std::vector<std::uint8_t> masked_;
+    std::vector<std::uint8_t> m_masked;
 };

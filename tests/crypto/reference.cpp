@@ -116,7 +116,7 @@ RsaKey RsaKey::fromPublic(const PclRsaPublicKey &record) {
 
 Bytes RsaKey::number(const char *name) const {
     BIGNUM *value = nullptr;
-    require(EVP_PKEY_get_bn_param(key_.get(), name, &value) == 1, "no such number in the key");
+    require(EVP_PKEY_get_bn_param(m_key.get(), name, &value) == 1, "no such number in the key");
     Bytes bytes(static_cast<std::size_t>(BN_num_bytes(value)));
     BN_bn2bin(value, bytes.data());
     BN_clear_free(value);
@@ -135,19 +135,19 @@ PclRsaPublicKey RsaKey::record() const {
 }
 
 Bytes RsaKey::publicRaw(const Bytes &in) const {
-    return rsa(key_.get(), EVP_PKEY_encrypt_init, EVP_PKEY_encrypt, RSA_NO_PADDING, in);
+    return rsa(m_key.get(), EVP_PKEY_encrypt_init, EVP_PKEY_encrypt, RSA_NO_PADDING, in);
 }
 
 Bytes RsaKey::privateRaw(const Bytes &in) const {
-    return rsa(key_.get(), EVP_PKEY_decrypt_init, EVP_PKEY_decrypt, RSA_NO_PADDING, in);
+    return rsa(m_key.get(), EVP_PKEY_decrypt_init, EVP_PKEY_decrypt, RSA_NO_PADDING, in);
 }
 
 Bytes RsaKey::oaepEncrypt(const Bytes &in) const {
-    return rsa(key_.get(), EVP_PKEY_encrypt_init, EVP_PKEY_encrypt, RSA_PKCS1_OAEP_PADDING, in);
+    return rsa(m_key.get(), EVP_PKEY_encrypt_init, EVP_PKEY_encrypt, RSA_PKCS1_OAEP_PADDING, in);
 }
 
 Bytes RsaKey::oaepDecrypt(const Bytes &in) const {
-    return rsa(key_.get(), EVP_PKEY_decrypt_init, EVP_PKEY_decrypt, RSA_PKCS1_OAEP_PADDING, in);
+    return rsa(m_key.get(), EVP_PKEY_decrypt_init, EVP_PKEY_decrypt, RSA_PKCS1_OAEP_PADDING, in);
 }
 
 } // namespace reference

@@ -37,11 +37,11 @@ public:
     Bytes oaepDecrypt(const Bytes &in) const;
 
 private:
-    explicit RsaKey(EVP_PKEY *key) : key_(key, EVP_PKEY_free) {}
+    explicit RsaKey(EVP_PKEY *key) : m_key(key, EVP_PKEY_free) {}
 
     Bytes number(const char *name) const;
 
-    std::shared_ptr<EVP_PKEY> key_;
+    std::shared_ptr<EVP_PKEY> m_key;
 };
 
 } // namespace reference

@@ -30,38 +30,38 @@ public:
     using Change = int (*)(const Descriptor *);
 
     FullTable(const Descriptor &descriptor, Change enter, Change remove)
-        : enter_(enter), remove_(remove), own_(descriptor), names_(numberedNames()) {
-        remove_(&own_);
-        while (count_ < names_.size()) {
-            Descriptor &filler = fillers_[count_];
-            filler = own_;
-            filler.name = names_[count_].c_str();
+        : m_enter(enter), m_remove(remove), m_own(descriptor), m_names(numberedNames()) {
+        m_remove(&m_own);
+        while (m_count < m_names.size()) {
+            Descriptor &filler = m_fillers[m_count];
+            filler = m_own;
+            filler.name = m_names[m_count].c_str();
             if constexpr (requires { filler.ID; }) {
-                filler.ID = static_cast<unsigned char>(128 + count_);
+                filler.ID = static_cast<unsigned char>(128 + m_count);
             }
-            if (enter_(&filler) < 0) {
+            if (m_enter(&filler) < 0) {
                 break;
             }
-            ++count_;
+            ++m_count;
         }
     }
     ~FullTable() {
-        while (count_ > 0) {
-            remove_(&fillers_[--count_]);
+        while (m_count > 0) {
+            m_remove(&m_fillers[--m_count]);
         }
-        enter_(&own_);
+        m_enter(&m_own);
         pcl_crypto_init();
     }
     FullTable(const FullTable &) = delete;
     FullTable &operator=(const FullTable &) = delete;
 
 private:
-    Change enter_;
-    Change remove_;
-    Descriptor own_;
-    Names names_;
-    std::array<Descriptor, TAB_SIZE> fillers_;
-    std::size_t count_ = 0;
+    Change m_enter;
+    Change m_remove;
+    Descriptor m_own;
+    Names m_names;
+    std::array<Descriptor, TAB_SIZE> m_fillers;
+    std::size_t m_count = 0;
 };
 
 class Provider : public testing::Test {

@@ -68,12 +68,12 @@ TEST(SerialArguments, NullDataIsNamed) {
 class SerialReturningHandler : public testing::Test {
 protected:
     void expectTold(const std::string &message) {
-        EXPECT_EQ(handler_.count(), 1U);
-        EXPECT_EQ(handler_.message(), message);
-        handler_.clear();
+        EXPECT_EQ(m_handler.count(), 1U);
+        EXPECT_EQ(m_handler.message(), message);
+        m_handler.clear();
     }
 
-    ScopedHandler handler_;
+    ScopedHandler m_handler;
 };
 
 TEST_F(SerialReturningHandler, OpeningGivesNull) {
@@ -132,7 +132,7 @@ TEST_F(SerialReturningHandler, AHangUpIsToldOnce) {
     pcl_serial_configure(port, &SETTINGS);
     expectTold("[PCL_RESULT_IO_ERROR] GetCommState" + error);
     pcl_serial_close(&port);
-    EXPECT_EQ(handler_.count(), 0U);
+    EXPECT_EQ(m_handler.count(), 0U);
 }
 
 } // namespace

@@ -132,32 +132,32 @@ class Holder {
 public:
     template <typename Body>
     explicit Holder(Body take) {
-        pid_ = start([&] {
-            ready_.closeEnd(0);
-            release_.closeEnd(1);
+        m_pid = start([&] {
+            m_ready.closeEnd(0);
+            m_release.closeEnd(1);
             const std::string text = take();
-            ready_.put(text);
-            ready_.closeEnd(1);
-            release_.readAll();
+            m_ready.put(text);
+            m_ready.closeEnd(1);
+            m_release.readAll();
         });
-        said_ = ready_.readAll();
+        m_said = m_ready.readAll();
     }
     ~Holder() {
-        release_.closeEnd(0);
-        release_.closeEnd(1);
-        waitpid(pid_, nullptr, 0);
+        m_release.closeEnd(0);
+        m_release.closeEnd(1);
+        waitpid(m_pid, nullptr, 0);
     }
     Holder(const Holder &) = delete;
     Holder &operator=(const Holder &) = delete;
 
     /// What the body that took it returned.
-    const std::string &said() const { return said_; }
+    const std::string &said() const { return m_said; }
 
 private:
-    Pipe ready_;
-    Pipe release_;
-    pid_t pid_ = -1;
-    std::string said_;
+    Pipe m_ready;
+    Pipe m_release;
+    pid_t m_pid = -1;
+    std::string m_said;
 };
 
 } // namespace child

@@ -36,19 +36,19 @@ public:
     static Step ready(nanoseconds after, short events) { return {after, 1, 0, events}; }
     static Step idle(nanoseconds after) { return {after, 0, 0, 0}; }
 
-    explicit ScriptedWaits(std::vector<Step> script) : script_(std::move(script)) {}
+    explicit ScriptedWaits(std::vector<Step> script) : m_script(std::move(script)) {}
 
-    nanoseconds now() override { return now_; }
+    nanoseconds now() override { return m_now; }
 
     int poll(std::span<pollfd> waitedFor, Timeout timeout) override {
         asked.push_back(timeout);
-        if (asked.size() > script_.size()) {
+        if (asked.size() > m_script.size()) {
             ADD_FAILURE() << "one poll too many";
             errno = EBADF;
             return -1;
         }
-        const Step &step = script_[asked.size() - 1];
-        now_ += step.lasting;
+        const Step &step = m_script[asked.size() - 1];
+        m_now += step.lasting;
         if (during) {
             during(asked.size());
         }
@@ -61,8 +61,8 @@ public:
     std::function<void(std::size_t)> during; ///< called with the number of each poll
 
 private:
-    std::vector<Step> script_;
-    nanoseconds now_{milliseconds(123456)};
+    std::vector<Step> m_script;
+    nanoseconds m_now{milliseconds(123456)};
 };
 
 using Waits = ScriptedWaits;
@@ -139,16 +139,16 @@ TEST(SerialDeadline, TheSystemWaitsAndTellsTheTime) {
 /// Reads and writes on a scripted clock: none of these sleeps.
 class SerialOnScript : public testing::Test {
 protected:
-    void follow(ScriptedWaits &waits) { port_->waits = &waits; }
+    void follow(ScriptedWaits &waits) { m_port->waits = &waits; }
 
     /// Sends a byte and waits for it to get there, so that the next read finds it.
     void deliver(char byte) {
-        pty_.send(std::string_view(&byte, 1));
-        ASSERT_TRUE(eventually([&] { return pcl_serial_bytes_available(port_.get()) == 1; }));
+        m_pty.send(std::string_view(&byte, 1));
+        ASSERT_TRUE(eventually([&] { return pcl_serial_bytes_available(m_port.get()) == 1; }));
     }
 
-    Pty pty_;
-    PortPtr port_ = openPort(pty_.name());
+    Pty m_pty;
+    PortPtr m_port = openPort(m_pty.name());
 };
 
 TEST_F(SerialOnScript, AByteLateInTheTimeLeavesTheNextOneTheRest) {
@@ -160,8 +160,8 @@ TEST_F(SerialOnScript, AByteLateInTheTimeLeavesTheNextOneTheRest) {
         }
     };
     follow(waits);
-    pcl_serial_set_timeout(port_.get(), 20);
-    EXPECT_FAILURE(pcl_serial_read_u16(port_.get(), 0), PCL_RESULT_TIMEOUT_ERROR,
+    pcl_serial_set_timeout(m_port.get(), 20);
+    EXPECT_FAILURE(pcl_serial_read_u16(m_port.get(), 0), PCL_RESULT_TIMEOUT_ERROR,
                    "Timeout waiting for data");
     EXPECT_EQ(waits.asked,
               (std::vector<Timeout>{milliseconds(2000), milliseconds(100), nanoseconds(0)}));
@@ -175,8 +175,8 @@ TEST_F(SerialOnScript, AByteThatAnotherThreadTookIsWaitedForAgain) {
         }
     };
     follow(waits);
-    pcl_serial_set_timeout(port_.get(), 20);
-    EXPECT_EQ(pcl_serial_read_byte(port_.get()), 'a');
+    pcl_serial_set_timeout(m_port.get(), 20);
+    EXPECT_EQ(pcl_serial_read_byte(m_port.get()), 'a');
     EXPECT_EQ(waits.asked, (std::vector<Timeout>{milliseconds(2000), milliseconds(1500)}));
 }
 
@@ -185,9 +185,9 @@ TEST_F(SerialOnScript, EveryTimeoutIsTenthsOfASecond) {
         const milliseconds whole(tenths * 100);
         Waits waits({Waits::idle(whole), Waits::idle(nanoseconds(0))});
         follow(waits);
-        pcl_serial_set_timeout(port_.get(), static_cast<std::uint8_t>(tenths));
+        pcl_serial_set_timeout(m_port.get(), static_cast<std::uint8_t>(tenths));
         char byte = 0;
-        EXPECT_EQ(pcl_serial_read(port_.get(), &byte, 1), 0U);
+        EXPECT_EQ(pcl_serial_read(m_port.get(), &byte, 1), 0U);
         EXPECT_EQ(waits.asked, (std::vector<Timeout>{whole, nanoseconds(0)}));
     }
 }
@@ -195,7 +195,7 @@ TEST_F(SerialOnScript, EveryTimeoutIsTenthsOfASecond) {
 TEST_F(SerialOnScript, ALineThatPollsAsGoneButYieldsNothingIsAnError) {
     Waits waits({Waits::ready(nanoseconds(0), POLLHUP)});
     follow(waits);
-    EXPECT_FAILURE(pcl_serial_read_byte(port_.get()), PCL_RESULT_IO_ERROR,
+    EXPECT_FAILURE(pcl_serial_read_byte(m_port.get()), PCL_RESULT_IO_ERROR,
                    "ReadFile() error: " + std::to_string(EIO));
 }
 
@@ -204,19 +204,19 @@ TEST_F(SerialOnScript, ByteBeforeTheHangUpIsReadFirst) {
     waits.during = [&](std::size_t) { deliver('a'); };
     follow(waits);
     char bytes[2];
-    EXPECT_EQ(pcl_serial_read(port_.get(), bytes, 2), 1U);
+    EXPECT_EQ(pcl_serial_read(m_port.get(), bytes, 2), 1U);
     EXPECT_EQ(bytes[0], 'a');
 }
 
 TEST_F(SerialOnScript, AFailedWaitIsAnErrorOfTheTransfer) {
     Waits reading({Waits::failed(ENOMEM)});
     follow(reading);
-    EXPECT_FAILURE(pcl_serial_read_byte(port_.get()), PCL_RESULT_IO_ERROR,
+    EXPECT_FAILURE(pcl_serial_read_byte(m_port.get()), PCL_RESULT_IO_ERROR,
                    "ReadFile() error: " + std::to_string(ENOMEM));
     Waits writing({Waits::failed(ENOMEM)});
     follow(writing);
     const std::string moreThanFits(200'000, 'x');
-    EXPECT_FAILURE(pcl_serial_write(port_.get(), moreThanFits.data(), moreThanFits.size()),
+    EXPECT_FAILURE(pcl_serial_write(m_port.get(), moreThanFits.data(), moreThanFits.size()),
                    PCL_RESULT_IO_ERROR, "WriteFile() error: " + std::to_string(ENOMEM));
 }
 
@@ -224,7 +224,7 @@ TEST_F(SerialOnScript, AWriteWithoutRoomOnALineThatIsGoneIsAnError) {
     Waits waits({Waits::ready(nanoseconds(0), POLLHUP)});
     follow(waits);
     const std::string moreThanFits(200'000, 'x');
-    EXPECT_FAILURE(pcl_serial_write(port_.get(), moreThanFits.data(), moreThanFits.size()),
+    EXPECT_FAILURE(pcl_serial_write(m_port.get(), moreThanFits.data(), moreThanFits.size()),
                    PCL_RESULT_IO_ERROR, "WriteFile() error: " + std::to_string(EIO));
     EXPECT_EQ(waits.asked, (std::vector<Timeout>{std::nullopt}));
 }

@@ -18,57 +18,57 @@ constexpr char CANCELLED[] = "ReadFile() error: 125";
 class SerialInterrupt : public testing::Test {
 protected:
     void SetUp() override {
-        ASSERT_NO_FAILURE(pcl_serial_set_timeout(port_.get(), 100));
-        pcl_serial_set_interrupt(port_.get(), &interrupt_);
+        ASSERT_NO_FAILURE(pcl_serial_set_timeout(m_port.get(), 100));
+        pcl_serial_set_interrupt(m_port.get(), &m_interrupt);
     }
 
-    PclInterrupt interrupt_;
-    Pty pty_;
-    PortPtr port_ = openPort(pty_.name());
+    PclInterrupt m_interrupt;
+    Pty m_pty;
+    PortPtr m_port = openPort(m_pty.name());
 };
 
 TEST_F(SerialInterrupt, EndsAReadThatWaits) {
     std::thread other([&] {
         usleep(50'000);
-        interrupt_.raise();
+        m_interrupt.raise();
     });
     const Stopwatch watch;
-    EXPECT_FAILURE(pcl_serial_read_byte(port_.get()), PCL_RESULT_IO_ERROR, CANCELLED);
+    EXPECT_FAILURE(pcl_serial_read_byte(m_port.get()), PCL_RESULT_IO_ERROR, CANCELLED);
     EXPECT_GE(watch.millis(), 45);
     EXPECT_LT(watch.millis(), 1000);
     other.join();
 }
 
 TEST_F(SerialInterrupt, EndsAReadThatFindsBytes) {
-    pty_.send("bytes");
-    ASSERT_TRUE(eventually([&] { return pcl_serial_bytes_available(port_.get()) == 5; }));
-    EXPECT_EQ('b', pcl_serial_read_byte(port_.get()));
-    interrupt_.raise();
-    EXPECT_FAILURE(pcl_serial_read_byte(port_.get()), PCL_RESULT_IO_ERROR, CANCELLED);
-    pcl_serial_set_interrupt(port_.get(), nullptr);
-    EXPECT_EQ('y', pcl_serial_read_byte(port_.get()));
+    m_pty.send("bytes");
+    ASSERT_TRUE(eventually([&] { return pcl_serial_bytes_available(m_port.get()) == 5; }));
+    EXPECT_EQ('b', pcl_serial_read_byte(m_port.get()));
+    m_interrupt.raise();
+    EXPECT_FAILURE(pcl_serial_read_byte(m_port.get()), PCL_RESULT_IO_ERROR, CANCELLED);
+    pcl_serial_set_interrupt(m_port.get(), nullptr);
+    EXPECT_EQ('y', pcl_serial_read_byte(m_port.get()));
 }
 
 TEST_F(SerialInterrupt, LetsBytesThatCameBeforeItThrough) {
     std::thread other([&] {
-        pty_.send("ab");
+        m_pty.send("ab");
         usleep(50'000);
-        interrupt_.raise();
+        m_interrupt.raise();
     });
     std::array<char, 3> bytes{};
     std::size_t count = 0;
-    EXPECT_NO_FAILURE(count = pcl_serial_read(port_.get(), bytes.data(), bytes.size()));
+    EXPECT_NO_FAILURE(count = pcl_serial_read(m_port.get(), bytes.data(), bytes.size()));
     EXPECT_EQ(2U, count);
-    EXPECT_FAILURE(count = pcl_serial_read(port_.get(), bytes.data(), bytes.size()),
+    EXPECT_FAILURE(count = pcl_serial_read(m_port.get(), bytes.data(), bytes.size()),
                    PCL_RESULT_IO_ERROR, CANCELLED);
     other.join();
 }
 
 TEST_F(SerialInterrupt, LeavesWritesAlone) {
-    interrupt_.raise();
-    EXPECT_TRUE(interrupt_.isRaised());
-    EXPECT_NO_FAILURE(pcl_serial_write_byte(port_.get(), 'x'));
-    EXPECT_EQ("x", pty_.receive(1));
+    m_interrupt.raise();
+    EXPECT_TRUE(m_interrupt.isRaised());
+    EXPECT_NO_FAILURE(pcl_serial_write_byte(m_port.get(), 'x'));
+    EXPECT_EQ("x", m_pty.receive(1));
 }
 
 } // namespace

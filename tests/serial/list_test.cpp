@@ -28,10 +28,10 @@ protected:
         fs::create_directories(devices());
         fs::create_directories(terminals());
     }
-    void TearDown() override { fs::remove_all(root_); }
+    void TearDown() override { fs::remove_all(m_root); }
 
-    fs::path terminals() const { return root_ / "class"; }
-    fs::path devices() const { return root_ / "devices"; }
+    fs::path terminals() const { return m_root / "class"; }
+    fs::path devices() const { return m_root / "devices"; }
 
     void addTerminal(const std::string &name) { fs::create_directory(terminals() / name); }
 
@@ -46,24 +46,24 @@ protected:
     }
 
     std::vector<std::string> listed() {
-        pcl_serial_list_folder(list_.get(), terminals().c_str());
+        pcl_serial_list_folder(m_list.get(), terminals().c_str());
         return content();
     }
 
     std::vector<std::string> content() {
         std::vector<std::string> names;
-        for (PclListNode *node = pcl_list_first(list_.get()); node != nullptr; node = node->next) {
+        for (PclListNode *node = pcl_list_first(m_list.get()); node != nullptr; node = node->next) {
             names.emplace_back(static_cast<const char *>(node->item));
         }
         return names;
     }
 
-    ListPtr list_{pcl_string_list_create()};
+    ListPtr m_list{pcl_string_list_create()};
 
 private:
-    fs::path root_ = fs::path(testing::TempDir()) /
-                     ("serial_list_" + std::to_string(getpid()) + "_" +
-                      testing::UnitTest::GetInstance()->current_test_info()->name());
+    fs::path m_root = fs::path(testing::TempDir()) /
+                      ("serial_list_" + std::to_string(getpid()) + "_" +
+                       testing::UnitTest::GetInstance()->current_test_info()->name());
 };
 
 TEST_F(SerialList, NothingInAnEmptyFolder) {
@@ -106,20 +106,20 @@ TEST_F(SerialList, InNaturalOrder) {
 
 TEST_F(SerialList, ReplacesWhatTheListHeld) {
     addPort("ttyUSB0");
-    pcl_list_append(list_.get(), "old");
+    pcl_list_append(m_list.get(), "old");
     EXPECT_EQ(listed(), std::vector<std::string>{"ttyUSB0"});
     EXPECT_EQ(listed(), std::vector<std::string>{"ttyUSB0"});
 }
 
 TEST_F(SerialList, IsEmptyWithoutTheFolder) {
-    pcl_list_append(list_.get(), "old");
-    EXPECT_NO_FAILURE(pcl_serial_list_folder(list_.get(), "/no/such/folder"));
+    pcl_list_append(m_list.get(), "old");
+    EXPECT_NO_FAILURE(pcl_serial_list_folder(m_list.get(), "/no/such/folder"));
     EXPECT_EQ(content(), std::vector<std::string>());
 }
 
 TEST_F(SerialList, OfThisSystem) {
-    pcl_list_append(list_.get(), "old");
-    EXPECT_NO_FAILURE(pcl_serial_list(list_.get()));
+    pcl_list_append(m_list.get(), "old");
+    EXPECT_NO_FAILURE(pcl_serial_list(m_list.get()));
     for (const std::string &name : content()) {
         EXPECT_TRUE(fs::exists("/sys/class/tty/" + name + "/device")) << name;
     }

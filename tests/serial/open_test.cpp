@@ -40,15 +40,15 @@ bool isExclusive(int fd) {
 /// A second look at the near end of a line, as the outside world has it.
 class Outsider {
 public:
-    explicit Outsider(const Pty &pty) : fd_(open(pty.name(), O_RDWR | O_NOCTTY | O_CLOEXEC)) {}
-    ~Outsider() { close(fd_); }
+    explicit Outsider(const Pty &pty) : m_fd(open(pty.name(), O_RDWR | O_NOCTTY | O_CLOEXEC)) {}
+    ~Outsider() { close(m_fd); }
     Outsider(const Outsider &) = delete;
     Outsider &operator=(const Outsider &) = delete;
 
-    int fd() const { return fd_; }
+    int fd() const { return m_fd; }
 
 private:
-    int fd_;
+    int m_fd;
 };
 
 std::string busy(const Pty &pty) {
@@ -321,12 +321,12 @@ TEST(SerialClose, ClosesALineThatHungUp) {
 class SerialWithoutHandle : public testing::Test {
 protected:
     void SetUp() override {
-        ASSERT_NO_FAILURE(port_ = pcl_serial_open("/dev"));
-        ASSERT_NE(port_, nullptr);
+        ASSERT_NO_FAILURE(m_port = pcl_serial_open("/dev"));
+        ASSERT_NE(m_port, nullptr);
     }
     void TearDown() override {
-        if (port_ != nullptr) {
-            EXPECT_FAILURE(pcl_serial_close(&port_), PCL_RESULT_IO_ERROR, error("CloseHandle"));
+        if (m_port != nullptr) {
+            EXPECT_FAILURE(pcl_serial_close(&m_port), PCL_RESULT_IO_ERROR, error("CloseHandle"));
         }
     }
 
@@ -334,36 +334,37 @@ protected:
         return call + "() error: " + std::to_string(EBADF);
     }
 
-    PclSerialPort *port_ = nullptr;
+    PclSerialPort *m_port = nullptr;
 };
 
 TEST_F(SerialWithoutHandle, FailsToBeConfigured) {
     const PclSerialSettings settings{20, 19200, 8, 1, 0, 0};
-    EXPECT_FAILURE(pcl_serial_configure(port_, &settings), PCL_RESULT_IO_ERROR,
+    EXPECT_FAILURE(pcl_serial_configure(m_port, &settings), PCL_RESULT_IO_ERROR,
                    error("GetCommState"));
-    EXPECT_FAILURE(pcl_serial_set_baud_rate(port_, 9600), PCL_RESULT_IO_ERROR,
+    EXPECT_FAILURE(pcl_serial_set_baud_rate(m_port, 9600), PCL_RESULT_IO_ERROR,
                    error("GetCommState"));
-    EXPECT_FAILURE(pcl_serial_set_timeout(port_, 20), PCL_RESULT_IO_ERROR,
+    EXPECT_FAILURE(pcl_serial_set_timeout(m_port, 20), PCL_RESULT_IO_ERROR,
                    error("SetCommTimeouts"));
 }
 
 TEST_F(SerialWithoutHandle, FailsToTransfer) {
     char byte = 0;
-    EXPECT_FAILURE(pcl_serial_write_byte(port_, 'x'), PCL_RESULT_IO_ERROR, error("WriteFile"));
-    EXPECT_FAILURE(pcl_serial_read(port_, &byte, 1), PCL_RESULT_IO_ERROR, error("ReadFile"));
-    EXPECT_FAILURE(pcl_serial_read_byte(port_), PCL_RESULT_IO_ERROR, error("ReadFile"));
-    EXPECT_FAILURE(pcl_serial_purge(port_, PCL_SERIAL_PURGE_BOTH), PCL_RESULT_IO_ERROR,
+    EXPECT_FAILURE(pcl_serial_write_byte(m_port, 'x'), PCL_RESULT_IO_ERROR, error("WriteFile"));
+    EXPECT_FAILURE(pcl_serial_read(m_port, &byte, 1), PCL_RESULT_IO_ERROR, error("ReadFile"));
+    EXPECT_FAILURE(pcl_serial_read_byte(m_port), PCL_RESULT_IO_ERROR, error("ReadFile"));
+    EXPECT_FAILURE(pcl_serial_purge(m_port, PCL_SERIAL_PURGE_BOTH), PCL_RESULT_IO_ERROR,
                    error("PurgeComm"));
-    EXPECT_FAILURE(pcl_serial_bytes_available(port_), PCL_RESULT_IO_ERROR, error("ClearCommError"));
+    EXPECT_FAILURE(pcl_serial_bytes_available(m_port), PCL_RESULT_IO_ERROR,
+                   error("ClearCommError"));
 }
 
 TEST_F(SerialWithoutHandle, IsALineThatIsGone) {
-    EXPECT_TRUE(pcl_serial_is_gone(port_));
+    EXPECT_TRUE(pcl_serial_is_gone(m_port));
 }
 
 TEST_F(SerialWithoutHandle, FailsToClose) {
-    EXPECT_FAILURE(pcl_serial_close(&port_), PCL_RESULT_IO_ERROR, error("CloseHandle"));
-    EXPECT_EQ(port_, nullptr);
+    EXPECT_FAILURE(pcl_serial_close(&m_port), PCL_RESULT_IO_ERROR, error("CloseHandle"));
+    EXPECT_EQ(m_port, nullptr);
 }
 
 TEST(SerialOpen, WithoutPermissionGivesAPortWithoutHandle) {

@@ -19,29 +19,29 @@
 /// A pseudo-terminal: a line whose far end the test holds.
 class Pty {
 public:
-    Pty() : master_(posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC)) {
-        if (master_ < 0 || grantpt(master_) != 0 || unlockpt(master_) != 0) {
+    Pty() : m_master(posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC)) {
+        if (m_master < 0 || grantpt(m_master) != 0 || unlockpt(m_master) != 0) {
             throw std::runtime_error("no pseudo-terminal");
         }
-        name_ = ptsname(master_);
+        m_name = ptsname(m_master);
     }
     ~Pty() { hangUp(); }
     Pty(const Pty &) = delete;
     Pty &operator=(const Pty &) = delete;
 
-    const char *name() const { return name_.c_str(); }
-    int master() const { return master_; }
+    const char *name() const { return m_name.c_str(); }
+    int master() const { return m_master; }
 
     void hangUp() {
-        if (master_ >= 0) {
-            close(master_);
-            master_ = -1;
+        if (m_master >= 0) {
+            close(m_master);
+            m_master = -1;
         }
     }
 
     void send(std::string_view bytes) {
         while (!bytes.empty()) {
-            const ssize_t sent = write(master_, bytes.data(), bytes.size());
+            const ssize_t sent = write(m_master, bytes.data(), bytes.size());
             if (sent > 0) {
                 bytes.remove_prefix(static_cast<std::size_t>(sent));
             } else if (sent < 0 && errno != EINTR) {
@@ -54,13 +54,13 @@ public:
     std::string receive(std::size_t count) {
         std::string received;
         while (received.size() < count) {
-            pollfd waitedFor{master_, POLLIN, 0};
+            pollfd waitedFor{m_master, POLLIN, 0};
             if (poll(&waitedFor, 1, 5000) != 1) {
                 break;
             }
             char chunk[4096];
             const std::size_t wanted = std::min(sizeof chunk, count - received.size());
-            const ssize_t got = read(master_, chunk, wanted);
+            const ssize_t got = read(m_master, chunk, wanted);
             if (got <= 0) {
                 break;
             }
@@ -71,34 +71,34 @@ public:
 
     /// True when nothing is there to be received.
     bool silent() const {
-        pollfd waitedFor{master_, POLLIN, 0};
+        pollfd waitedFor{m_master, POLLIN, 0};
         return poll(&waitedFor, 1, 50) == 0;
     }
 
     /// The line settings, as the far end sees them.
     termios settings() const {
         termios attributes{};
-        if (tcgetattr(master_, &attributes) != 0) {
+        if (tcgetattr(m_master, &attributes) != 0) {
             throw std::runtime_error("no settings");
         }
         return attributes;
     }
 
 private:
-    int master_;
-    std::string name_;
+    int m_master;
+    std::string m_name;
 };
 
 /// Milliseconds since it was made.
 class Stopwatch {
 public:
     double millis() const {
-        return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start_)
+        return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - m_start)
             .count();
     }
 
 private:
-    std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
+    std::chrono::steady_clock::time_point m_start = std::chrono::steady_clock::now();
 };
 
 /// Waits up to five seconds for the condition to hold.

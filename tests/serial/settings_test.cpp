@@ -25,17 +25,17 @@ struct Value {
 class SerialSettings : public testing::Test {
 protected:
     void SetUp() override {
-        ASSERT_NO_FAILURE(pcl_serial_configure(port_.get(), &SESSION_SETTINGS));
+        ASSERT_NO_FAILURE(pcl_serial_configure(m_port.get(), &SESSION_SETTINGS));
     }
 
     static const termios &requested() { return line_calls::settings(); }
 
-    Pty pty_;
-    PortPtr port_ = openPort(pty_.name());
+    Pty m_pty;
+    PortPtr m_port = openPort(m_pty.name());
 };
 
 TEST_F(SerialSettings, SessionSettings) {
-    const termios line = pty_.settings();
+    const termios line = m_pty.settings();
     EXPECT_EQ(cfgetospeed(&line), speed_t{B19200});
     EXPECT_EQ(cfgetispeed(&line), speed_t{B19200});
     EXPECT_EQ(line.c_cflag & (CSIZE | CSTOPB | PARENB | CRTSCTS), tcflag_t{CS8});
@@ -43,7 +43,7 @@ TEST_F(SerialSettings, SessionSettings) {
     EXPECT_EQ(line.c_iflag & (IXON | IXOFF | IXANY | ISTRIP | INLCR | ICRNL | IGNCR), tcflag_t{0});
     EXPECT_EQ(line.c_oflag & OPOST, tcflag_t{0});
     EXPECT_EQ(line.c_lflag & (ECHO | ECHONL | ICANON | ISIG | IEXTEN), tcflag_t{0});
-    EXPECT_EQ(port_->timeout.load(), 20);
+    EXPECT_EQ(m_port->timeout.load(), 20);
 }
 
 TEST_F(SerialSettings, BaudRates) {
@@ -51,8 +51,8 @@ TEST_F(SerialSettings, BaudRates) {
          {Value{110, B110}, Value{300, B300}, Value{600, B600}, Value{1200, B1200},
           Value{2400, B2400}, Value{4800, B4800}, Value{9600, B9600}, Value{19200, B19200},
           Value{38400, B38400}, Value{57600, B57600}, Value{115200, B115200}}) {
-        EXPECT_NO_FAILURE(pcl_serial_set_baud_rate(port_.get(), rate.value));
-        const termios line = pty_.settings();
+        EXPECT_NO_FAILURE(pcl_serial_set_baud_rate(m_port.get(), rate.value));
+        const termios line = m_pty.settings();
         EXPECT_EQ(cfgetospeed(&line), rate.flags) << rate.value;
         EXPECT_EQ(cfgetispeed(&line), rate.flags) << rate.value;
     }
@@ -61,23 +61,23 @@ TEST_F(SerialSettings, BaudRates) {
 TEST_F(SerialSettings, UnsupportedBaudRates) {
     for (const std::int32_t rate :
          {0, 1, 75, 109, 14400, 19201, 28800, 115201, 230400, -9600, LOWEST, HIGHEST}) {
-        EXPECT_FAILURE(pcl_serial_set_baud_rate(port_.get(), rate), PCL_RESULT_RUNTIME_ERROR,
+        EXPECT_FAILURE(pcl_serial_set_baud_rate(m_port.get(), rate), PCL_RESULT_RUNTIME_ERROR,
                        "Unsupported baudRate: " + std::to_string(rate));
     }
-    const termios line = pty_.settings();
+    const termios line = m_pty.settings();
     EXPECT_EQ(cfgetospeed(&line), speed_t{B19200});
 }
 
 TEST_F(SerialSettings, DataBits) {
     for (const Value &size : {Value{5, CS5}, Value{6, CS6}, Value{7, CS7}, Value{8, CS8}}) {
-        EXPECT_NO_FAILURE(pcl_serial_set_data_bits(port_.get(), size.value));
+        EXPECT_NO_FAILURE(pcl_serial_set_data_bits(m_port.get(), size.value));
         EXPECT_EQ(requested().c_cflag & CSIZE, size.flags) << size.value;
     }
 }
 
 TEST_F(SerialSettings, UnsupportedDataBits) {
     for (const std::int32_t size : {0, 4, 9, 16, -8, LOWEST, HIGHEST}) {
-        EXPECT_FAILURE(pcl_serial_set_data_bits(port_.get(), size), PCL_RESULT_RUNTIME_ERROR,
+        EXPECT_FAILURE(pcl_serial_set_data_bits(m_port.get(), size), PCL_RESULT_RUNTIME_ERROR,
                        "Unsupported dataBits: " + std::to_string(size));
     }
     EXPECT_EQ(requested().c_cflag & CSIZE, tcflag_t{CS8});
@@ -85,30 +85,30 @@ TEST_F(SerialSettings, UnsupportedDataBits) {
 
 TEST_F(SerialSettings, StopBits) {
     for (const Value &bits : {Value{2, CSTOPB}, Value{1, 0}, Value{3, CSTOPB}}) {
-        EXPECT_NO_FAILURE(pcl_serial_set_stop_bits(port_.get(), bits.value));
-        EXPECT_EQ(pty_.settings().c_cflag & CSTOPB, bits.flags) << bits.value;
+        EXPECT_NO_FAILURE(pcl_serial_set_stop_bits(m_port.get(), bits.value));
+        EXPECT_EQ(m_pty.settings().c_cflag & CSTOPB, bits.flags) << bits.value;
     }
 }
 
 TEST_F(SerialSettings, UnsupportedStopBits) {
     for (const std::int32_t bits : {0, 4, 15, -1, LOWEST, HIGHEST}) {
-        EXPECT_FAILURE(pcl_serial_set_stop_bits(port_.get(), bits), PCL_RESULT_RUNTIME_ERROR,
+        EXPECT_FAILURE(pcl_serial_set_stop_bits(m_port.get(), bits), PCL_RESULT_RUNTIME_ERROR,
                        "Unsupported stopBits: " + std::to_string(bits));
     }
-    EXPECT_EQ(pty_.settings().c_cflag & CSTOPB, tcflag_t{0});
+    EXPECT_EQ(m_pty.settings().c_cflag & CSTOPB, tcflag_t{0});
 }
 
 TEST_F(SerialSettings, Parity) {
     for (const Value &parity : {Value{1, PARENB | PARODD}, Value{2, PARENB}, Value{0, 0},
                                 Value{2, PARENB}, Value{1, PARENB | PARODD}}) {
-        EXPECT_NO_FAILURE(pcl_serial_set_parity(port_.get(), parity.value));
+        EXPECT_NO_FAILURE(pcl_serial_set_parity(m_port.get(), parity.value));
         EXPECT_EQ(requested().c_cflag & (PARENB | PARODD | CMSPAR), parity.flags) << parity.value;
     }
 }
 
 TEST_F(SerialSettings, UnsupportedParity) {
     for (const std::int32_t parity : {3, 4, -1, LOWEST, HIGHEST}) {
-        EXPECT_FAILURE(pcl_serial_set_parity(port_.get(), parity), PCL_RESULT_RUNTIME_ERROR,
+        EXPECT_FAILURE(pcl_serial_set_parity(m_port.get(), parity), PCL_RESULT_RUNTIME_ERROR,
                        "Unsupported parity: " + std::to_string(parity));
     }
     EXPECT_EQ(requested().c_cflag & (PARENB | PARODD), tcflag_t{0});
@@ -122,48 +122,48 @@ TEST_F(SerialSettings, FlowControl) {
     };
     for (const Flow &flow : {Flow{1, IXON | IXOFF, 0}, Flow{2, 0, CRTSCTS}, Flow{0, 0, 0},
                              Flow{2, 0, CRTSCTS}, Flow{1, IXON | IXOFF, 0}}) {
-        EXPECT_NO_FAILURE(pcl_serial_set_flow_control(port_.get(), flow.value));
-        const termios line = pty_.settings();
+        EXPECT_NO_FAILURE(pcl_serial_set_flow_control(m_port.get(), flow.value));
+        const termios line = m_pty.settings();
         EXPECT_EQ(line.c_iflag & (IXON | IXOFF | IXANY), flow.input) << flow.value;
         EXPECT_EQ(line.c_cflag & CRTSCTS, flow.control) << flow.value;
     }
 }
 
 TEST_F(SerialSettings, SoftwareFlowControlStopsAndResumesTheOutput) {
-    pcl_serial_set_flow_control(port_.get(), PCL_SERIAL_FLOW_CONTROL_SOFTWARE);
-    pty_.send("\x13");
+    pcl_serial_set_flow_control(m_port.get(), PCL_SERIAL_FLOW_CONTROL_SOFTWARE);
+    m_pty.send("\x13");
     char byte = 0;
-    pcl_serial_set_timeout(port_.get(), 1);
-    EXPECT_EQ(pcl_serial_read(port_.get(), &byte, 1), 0U) << "XOFF is no data";
-    ASSERT_LT(write(port_->handle, "x", 1), 1) << "the output must stand still";
-    pty_.send("\x11");
-    pcl_serial_write_byte(port_.get(), 'y');
-    EXPECT_EQ(pty_.receive(1), "y");
+    pcl_serial_set_timeout(m_port.get(), 1);
+    EXPECT_EQ(pcl_serial_read(m_port.get(), &byte, 1), 0U) << "XOFF is no data";
+    ASSERT_LT(write(m_port->handle, "x", 1), 1) << "the output must stand still";
+    m_pty.send("\x11");
+    pcl_serial_write_byte(m_port.get(), 'y');
+    EXPECT_EQ(m_pty.receive(1), "y");
 }
 
 TEST_F(SerialSettings, UnsupportedFlowControl) {
     for (const std::int32_t flow : {3, 4, -1, LOWEST, HIGHEST}) {
-        EXPECT_FAILURE(pcl_serial_set_flow_control(port_.get(), flow), PCL_RESULT_RUNTIME_ERROR,
+        EXPECT_FAILURE(pcl_serial_set_flow_control(m_port.get(), flow), PCL_RESULT_RUNTIME_ERROR,
                        "Unsupported flowControl: " + std::to_string(flow));
     }
-    EXPECT_EQ(pty_.settings().c_cflag & CRTSCTS, tcflag_t{0});
+    EXPECT_EQ(m_pty.settings().c_cflag & CRTSCTS, tcflag_t{0});
 }
 
 TEST_F(SerialSettings, OneSettingLeavesTheOthers) {
     const PclSerialSettings settings{7, 1200, 8, 2, 0, 1};
-    pcl_serial_configure(port_.get(), &settings);
-    pcl_serial_set_baud_rate(port_.get(), 2400);
-    const termios line = pty_.settings();
+    pcl_serial_configure(m_port.get(), &settings);
+    pcl_serial_set_baud_rate(m_port.get(), 2400);
+    const termios line = m_pty.settings();
     EXPECT_EQ(cfgetospeed(&line), speed_t{B2400});
     EXPECT_NE(line.c_cflag & CSTOPB, tcflag_t{0});
     EXPECT_EQ(line.c_iflag & (IXON | IXOFF), tcflag_t{IXON | IXOFF});
-    EXPECT_EQ(port_->timeout.load(), 7);
+    EXPECT_EQ(m_port->timeout.load(), 7);
 }
 
 TEST_F(SerialSettings, ConfiguringSetsEverything) {
     const PclSerialSettings settings{255, 115200, 7, 3, 2, 2};
-    EXPECT_NO_FAILURE(pcl_serial_configure(port_.get(), &settings));
-    EXPECT_EQ(port_->timeout.load(), 255);
+    EXPECT_NO_FAILURE(pcl_serial_configure(m_port.get(), &settings));
+    EXPECT_EQ(m_port->timeout.load(), 255);
     EXPECT_EQ(cfgetospeed(&requested()), speed_t{B115200});
     EXPECT_EQ(requested().c_cflag & (CSIZE | CSTOPB | PARENB | PARODD | CRTSCTS),
               tcflag_t{CS7 | CSTOPB | PARENB | CRTSCTS});
@@ -171,10 +171,10 @@ TEST_F(SerialSettings, ConfiguringSetsEverything) {
 
 /// The first unsupported value counts, and the line stays as it was; the timeout comes first.
 TEST_F(SerialSettings, ConfiguringChecksInOrder) {
-    const termios before = pty_.settings();
+    const termios before = m_pty.settings();
     PclSerialSettings settings{9, 14400, 9, 0, 3, 3};
     const auto refused = [&](const std::string &detail) {
-        EXPECT_FAILURE(pcl_serial_configure(port_.get(), &settings), PCL_RESULT_RUNTIME_ERROR,
+        EXPECT_FAILURE(pcl_serial_configure(m_port.get(), &settings), PCL_RESULT_RUNTIME_ERROR,
                        detail);
     };
     refused("Unsupported baudRate: 14400");
@@ -186,26 +186,26 @@ TEST_F(SerialSettings, ConfiguringChecksInOrder) {
     refused("Unsupported parity: 3");
     settings.parity = 1;
     refused("Unsupported flowControl: 3");
-    const termios after = pty_.settings();
+    const termios after = m_pty.settings();
     EXPECT_EQ(cfgetospeed(&after), cfgetospeed(&before));
     EXPECT_EQ(after.c_cflag, before.c_cflag);
     EXPECT_EQ(after.c_iflag, before.c_iflag);
     EXPECT_EQ(requested().c_cflag & CSIZE, tcflag_t{CS8});
-    EXPECT_EQ(port_->timeout.load(), 9);
+    EXPECT_EQ(m_port->timeout.load(), 9);
 }
 
 TEST_F(SerialSettings, ALineThatHungUpHasNoSettings) {
-    pty_.hangUp();
+    m_pty.hangUp();
     const std::string detail = "GetCommState() error: " + std::to_string(EIO);
-    EXPECT_FAILURE(pcl_serial_configure(port_.get(), &SESSION_SETTINGS), PCL_RESULT_IO_ERROR,
+    EXPECT_FAILURE(pcl_serial_configure(m_port.get(), &SESSION_SETTINGS), PCL_RESULT_IO_ERROR,
                    detail);
-    EXPECT_FAILURE(pcl_serial_set_parity(port_.get(), 0), PCL_RESULT_IO_ERROR, detail);
+    EXPECT_FAILURE(pcl_serial_set_parity(m_port.get(), 0), PCL_RESULT_IO_ERROR, detail);
 }
 
 /// The settings are read before the value is looked at.
 TEST_F(SerialSettings, ALineThatHungUpFailsBeforeTheValueIsChecked) {
-    pty_.hangUp();
-    EXPECT_FAILURE(pcl_serial_set_stop_bits(port_.get(), 0), PCL_RESULT_IO_ERROR,
+    m_pty.hangUp();
+    EXPECT_FAILURE(pcl_serial_set_stop_bits(m_port.get(), 0), PCL_RESULT_IO_ERROR,
                    "GetCommState() error: " + std::to_string(EIO));
 }
 

@@ -14,8 +14,8 @@ namespace {
 
 class SerialWrite : public testing::Test {
 protected:
-    Pty pty_;
-    PortPtr port_ = openPort(pty_.name());
+    Pty m_pty;
+    PortPtr m_port = openPort(m_pty.name());
 };
 
 std::string pattern(std::size_t size) {
@@ -27,49 +27,49 @@ std::string pattern(std::size_t size) {
 }
 
 TEST_F(SerialWrite, Bytes) {
-    pcl_serial_write(port_.get(), "abc", 2);
-    pcl_serial_write_byte(port_.get(), 0xFE);
-    EXPECT_EQ(pty_.receive(3), "ab\xFE");
-    EXPECT_TRUE(pty_.silent());
+    pcl_serial_write(m_port.get(), "abc", 2);
+    pcl_serial_write_byte(m_port.get(), 0xFE);
+    EXPECT_EQ(m_pty.receive(3), "ab\xFE");
+    EXPECT_TRUE(m_pty.silent());
 }
 
 TEST_F(SerialWrite, NothingOfNothing) {
-    EXPECT_NO_FAILURE(pcl_serial_write(port_.get(), nullptr, 0));
-    EXPECT_NO_FAILURE(pcl_serial_write(port_.get(), "abc", 0));
-    EXPECT_NO_FAILURE(pcl_serial_write_string(port_.get(), "", 0));
-    EXPECT_TRUE(pty_.silent());
+    EXPECT_NO_FAILURE(pcl_serial_write(m_port.get(), nullptr, 0));
+    EXPECT_NO_FAILURE(pcl_serial_write(m_port.get(), "abc", 0));
+    EXPECT_NO_FAILURE(pcl_serial_write_string(m_port.get(), "", 0));
+    EXPECT_TRUE(m_pty.silent());
 }
 
 TEST_F(SerialWrite, TextWithAndWithoutItsNul) {
     using namespace std::string_literals;
-    pcl_serial_write_string(port_.get(), "ab", 0);
-    pcl_serial_write_string(port_.get(), "cd", 1);
-    pcl_serial_write_string(port_.get(), "", 255);
-    EXPECT_EQ(pty_.receive(6), "abcd\0\0"s);
-    EXPECT_TRUE(pty_.silent());
+    pcl_serial_write_string(m_port.get(), "ab", 0);
+    pcl_serial_write_string(m_port.get(), "cd", 1);
+    pcl_serial_write_string(m_port.get(), "", 255);
+    EXPECT_EQ(m_pty.receive(6), "abcd\0\0"s);
+    EXPECT_TRUE(m_pty.silent());
 }
 
 TEST_F(SerialWrite, NumbersInEitherByteOrder) {
-    pcl_serial_write_u16(port_.get(), 0x12F4, 0);
-    pcl_serial_write_u16(port_.get(), 0x12F4, 1);
-    pcl_serial_write_u32(port_.get(), 0x92345678, 0);
-    pcl_serial_write_u32(port_.get(), 0x92345678, 2);
-    EXPECT_EQ(pty_.receive(12), "\x12\xF4\xF4\x12\x92\x34\x56\x78\x78\x56\x34\x92");
+    pcl_serial_write_u16(m_port.get(), 0x12F4, 0);
+    pcl_serial_write_u16(m_port.get(), 0x12F4, 1);
+    pcl_serial_write_u32(m_port.get(), 0x92345678, 0);
+    pcl_serial_write_u32(m_port.get(), 0x92345678, 2);
+    EXPECT_EQ(m_pty.receive(12), "\x12\xF4\xF4\x12\x92\x34\x56\x78\x78\x56\x34\x92");
 }
 
 TEST_F(SerialWrite, WaitsForASlowReaderAndLosesNothing) {
     const std::string all = pattern(200'000);
     std::atomic<bool> written{false};
     std::thread writer([&] {
-        EXPECT_NO_FAILURE(pcl_serial_write(port_.get(), all.data(), all.size()));
+        EXPECT_NO_FAILURE(pcl_serial_write(m_port.get(), all.data(), all.size()));
         written = true;
     });
     usleep(300'000);
     EXPECT_FALSE(written) << "more than the line holds cannot be out yet";
-    const std::string received = pty_.receive(all.size());
+    const std::string received = m_pty.receive(all.size());
     writer.join();
     EXPECT_TRUE(received == all);
-    EXPECT_TRUE(pty_.silent());
+    EXPECT_TRUE(m_pty.silent());
 }
 
 /// What has reached the far end's queue cannot be called back, but that one is small: once the line
@@ -78,64 +78,64 @@ class SerialPurgeOfOutput : public SerialWrite {
 protected:
     void SetUp() override {
         const std::string chunk(1000, 'x');
-        for (ssize_t count = 0; (count = write(port_->handle, chunk.data(), chunk.size())) > 0;) {
-            sent_ += static_cast<std::size_t>(count);
+        for (ssize_t count = 0; (count = write(m_port->handle, chunk.data(), chunk.size())) > 0;) {
+            m_sent += static_cast<std::size_t>(count);
         }
-        ASSERT_GT(sent_, 0U);
+        ASSERT_GT(m_sent, 0U);
     }
 
     std::size_t receivedAfterPurging(PclSerialPurge_e type) {
-        pcl_serial_purge(port_.get(), type);
+        pcl_serial_purge(m_port.get(), type);
         std::size_t count = 0;
-        while (!pty_.silent()) {
-            count += pty_.receive(1).size();
+        while (!m_pty.silent()) {
+            count += m_pty.receive(1).size();
         }
         return count;
     }
 
-    std::size_t sent_ = 0;
+    std::size_t m_sent = 0;
 };
 
 TEST_F(SerialPurgeOfOutput, OfReceivedBytesKeepsIt) {
-    EXPECT_EQ(receivedAfterPurging(PCL_SERIAL_PURGE_RX), sent_);
+    EXPECT_EQ(receivedAfterPurging(PCL_SERIAL_PURGE_RX), m_sent);
 }
 
 TEST_F(SerialPurgeOfOutput, OfWrittenBytesDropsIt) {
-    EXPECT_LT(receivedAfterPurging(PCL_SERIAL_PURGE_TX), sent_);
+    EXPECT_LT(receivedAfterPurging(PCL_SERIAL_PURGE_TX), m_sent);
 }
 
 TEST_F(SerialPurgeOfOutput, OfBothDropsIt) {
-    EXPECT_LT(receivedAfterPurging(PCL_SERIAL_PURGE_BOTH), sent_);
+    EXPECT_LT(receivedAfterPurging(PCL_SERIAL_PURGE_BOTH), m_sent);
 }
 
 TEST_F(SerialWrite, PurgedOutputIsNotWaitedFor) {
-    pcl_serial_write_byte(port_.get(), 'x');
-    pcl_serial_purge(port_.get(), PCL_SERIAL_PURGE_RX);
-    EXPECT_TRUE(port_->outputPending);
-    pcl_serial_purge(port_.get(), PCL_SERIAL_PURGE_TX);
-    EXPECT_FALSE(port_->outputPending);
+    pcl_serial_write_byte(m_port.get(), 'x');
+    pcl_serial_purge(m_port.get(), PCL_SERIAL_PURGE_RX);
+    EXPECT_TRUE(m_port->outputPending);
+    pcl_serial_purge(m_port.get(), PCL_SERIAL_PURGE_TX);
+    EXPECT_FALSE(m_port->outputPending);
 }
 
 TEST_F(SerialWrite, AHangUpEndsTheWaitForRoom) {
     const std::string all = pattern(200'000);
     std::thread device([&] {
         usleep(300'000);
-        pty_.hangUp();
+        m_pty.hangUp();
     });
     const Stopwatch watch;
-    EXPECT_FAILURE(pcl_serial_write(port_.get(), all.data(), all.size()), PCL_RESULT_IO_ERROR,
+    EXPECT_FAILURE(pcl_serial_write(m_port.get(), all.data(), all.size()), PCL_RESULT_IO_ERROR,
                    "WriteFile() error: " + std::to_string(EIO));
     EXPECT_LT(watch.millis(), 3000);
     device.join();
 }
 
 TEST_F(SerialWrite, IsOverBeforeTheTimeoutOfAReadBegins) {
-    pcl_serial_set_timeout(port_.get(), 0);
-    pcl_serial_write_byte(port_.get(), 'x');
-    EXPECT_TRUE(port_->outputPending);
+    pcl_serial_set_timeout(m_port.get(), 0);
+    pcl_serial_write_byte(m_port.get(), 'x');
+    EXPECT_TRUE(m_port->outputPending);
     char byte = 0;
-    pcl_serial_read(port_.get(), &byte, 1);
-    EXPECT_FALSE(port_->outputPending);
+    pcl_serial_read(m_port.get(), &byte, 1);
+    EXPECT_FALSE(m_port->outputPending);
 }
 
 /// An abort from a second thread: both threads write, read and set timeouts on one port.
@@ -143,19 +143,19 @@ TEST_F(SerialWrite, TwoThreadsMayUseThePort) {
     constexpr int ROUNDS = 200;
     constexpr char TO_FIRST = 'a';
     constexpr char TO_SECOND = 'b';
-    pcl_serial_set_timeout(port_.get(), 50);
+    pcl_serial_set_timeout(m_port.get(), 50);
     std::thread device([&] {
         for (int i = 0; i < 2 * ROUNDS; ++i) {
-            ASSERT_EQ(pty_.receive(1).size(), 1U);
-            pty_.send("!");
+            ASSERT_EQ(m_pty.receive(1).size(), 1U);
+            m_pty.send("!");
         }
     });
     std::atomic<int> answers{0};
     const auto converse = [&](char question) {
         for (int i = 0; i < ROUNDS; ++i) {
-            pcl_serial_set_timeout(port_.get(), 50);
-            pcl_serial_write_byte(port_.get(), static_cast<std::uint8_t>(question));
-            answers += pcl_serial_read_byte(port_.get()) == '!' ? 1 : 0;
+            pcl_serial_set_timeout(m_port.get(), 50);
+            pcl_serial_write_byte(m_port.get(), static_cast<std::uint8_t>(question));
+            answers += pcl_serial_read_byte(m_port.get()) == '!' ? 1 : 0;
         }
     };
     std::thread second([&] { converse(TO_SECOND); });

@@ -111,7 +111,7 @@ public:
 
     void atEncryption() {
         m_plan.causes |= AT_ENCRYPTION;
-        static const char *const FIXED[] = {"bad-datacrc", "encrypt", "plain"};
+        static constexpr const char *FIXED[] = {"bad-datacrc", "encrypt", "plain"};
         const unsigned choice = m_dice.below(5);
         if (choice < 3) {
             return rule("secure", FIXED[choice]);
@@ -122,9 +122,9 @@ public:
 
     void atKeyExchange() {
         m_plan.causes |= AT_KEY_EXCHANGE;
-        static const char *const ACTIONS[] = {"block-type 01",  "block-head 01", "no-separator",
-                                              "ksec-length 15", "len1 514",      "crkslen 255",
-                                              "empty",          "short 510",     "bad-hex"};
+        static constexpr const char *ACTIONS[] = {"block-type 01",  "block-head 01", "no-separator",
+                                                  "ksec-length 15", "len1 514",      "crkslen 255",
+                                                  "empty",          "short 510",     "bad-hex"};
         m_plan.rules.push_back(std::string("fault opn ") + ACTIONS[m_dice.below(9)]);
     }
 

@@ -67,11 +67,11 @@ class ScopedHandler {
 public:
     using Setter = void(PCL_CALL *)(PclUncaughtHandler);
 
-    explicit ScopedHandler(Setter setter = pcl_exception_set_uncaught_handler) : setter_(setter) {
+    explicit ScopedHandler(Setter setter = pcl_exception_set_uncaught_handler) : m_setter(setter) {
         clear();
-        setter_(&record);
+        m_setter(&record);
     }
-    ~ScopedHandler() { setter_(nullptr); }
+    ~ScopedHandler() { m_setter(nullptr); }
     ScopedHandler(const ScopedHandler &) = delete;
     ScopedHandler &operator=(const ScopedHandler &) = delete;
 
@@ -112,5 +112,5 @@ private:
         return log().seen.empty() ? failures::Seen{0, "", true} : log().seen.back();
     }
 
-    Setter setter_;
+    Setter m_setter;
 };
