@@ -16,7 +16,7 @@ browser. What cannot be run here is listed at the end, with what it takes.
               under the thread sanitizer; clang-tidy without its static analyser over the library
   --fresh     ./run-demo.sh and ./run-tests.sh, of what is committed, in a bare Debian root of their
               own; as root
-  --lint      formatting, and clang-tidy over library, virtual PIN pad and tools
+  --lint      formatting, clang-tidy over library, virtual PIN pad and tools, names everywhere
   --analyse   clang-tidy over the library; cppcheck, and the analyser of g++
   --windows   builds the Windows DLLs with mingw-w64 and drives the 64-bit one under Wine
   --languages builds, and runs the tills of examples/till in every language
@@ -192,7 +192,7 @@ if [ "$mode" = lint ]; then
     build release
     step 'clang-tidy'
     # shellcheck disable=SC2086 # a list of folders
-    scripts/run-clang-tidy.sh build/release $library sim cli
+    scripts/run-clang-tidy.sh build/release $library sim cli tests bench fuzz
     exit 0
 fi
 
