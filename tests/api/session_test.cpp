@@ -11,7 +11,7 @@ constexpr char BLOCKED[] =
 constexpr char NOT_SENT[] = "[PCL_RESULT_ILLEGAL_STATE] GCD was not sent yet";
 constexpr char SILENCE[] = "[PCL_RESULT_TIMEOUT_ERROR] Timeout waiting for data";
 
-class Session : public Exports {
+class GlobalSession : public Exports {
 protected:
     void startCapture() {
         library.getClearData(1, 1, 8, 0);
@@ -70,7 +70,7 @@ protected:
     }
 };
 
-TEST_F(Session, OnlyTheFlag1OpensASecureOne) {
+TEST_F(GlobalSession, OnlyTheFlag1OpensASecureOne) {
     plugIn();
     for (const int flag : {0, 1, 2, 128, 255}) {
         SCOPED_TRACE(flag);
@@ -83,14 +83,14 @@ TEST_F(Session, OnlyTheFlag1OpensASecureOne) {
     }
 }
 
-TEST_F(Session, BeginsWithAnAbortAndTheOpeningCommand) {
+TEST_F(GlobalSession, BeginsWithAnAbortAndTheOpeningCommand) {
     plugIn();
     open(0);
     const sim::Bytes expected = {0x18, 0x16, 'O', 'P', 'N', 0x17, 0xA8, 0xA9};
     EXPECT_EQ(expected, device->host_bytes());
 }
 
-TEST_F(Session, AnOpenThatTheDeviceRefusesLeavesASession) {
+TEST_F(GlobalSession, AnOpenThatTheDeviceRefusesLeavesASession) {
     plugIn("status OPN 010\n");
     EXPECT_EQ(PINPAD_STATUS_INVCALL, library.open(port().c_str(), 0));
     expectNoFailure();
@@ -101,7 +101,7 @@ TEST_F(Session, AnOpenThatTheDeviceRefusesLeavesASession) {
     expectNoFailure();
 }
 
-TEST_F(Session, AFailedCreationKeepsTheEarlierOneAndFreesThePort) {
+TEST_F(GlobalSession, AFailedCreationKeepsTheEarlierOneAndFreesThePort) {
     plugIn();
     open(0);
     expectFailedCreation("fault can silent\n", PINPAD_ERROR_TIMEOUT, SILENCE);
@@ -110,7 +110,7 @@ TEST_F(Session, AFailedCreationKeepsTheEarlierOneAndFreesThePort) {
                          "[PCL_RESULT_PROTOCOL_ERROR] Protocol error (expected EOT, read 0x15)");
 }
 
-TEST_F(Session, AFailedOpeningLeavesItForCommandsAndForTheNextOpen) {
+TEST_F(GlobalSession, AFailedOpeningLeavesItForCommandsAndForTheNextOpen) {
     expectFailedOpening("fault ack OPN nak times 3\n", 0, PINPAD_ERROR_PROTOCOL,
                         "[PCL_RESULT_PROTOCOL_ERROR] Packet was rejected");
     expectFailedOpening("fault ack OPN silent\n", 1, PINPAD_ERROR_TIMEOUT, SILENCE);
@@ -122,7 +122,7 @@ TEST_F(Session, AFailedOpeningLeavesItForCommandsAndForTheNextOpen) {
                         "[PCL_RESULT_PROTOCOL_ERROR] (OPN) Invalid RSP_ID: XYZ");
 }
 
-TEST_F(Session, OneWhoseOpeningFailedGoesWhenAnotherPortIsOpened) {
+TEST_F(GlobalSession, OneWhoseOpeningFailedGoesWhenAnotherPortIsOpened) {
     plugIn("fault ack OPN silent\n");
     const std::size_t before = openDescriptors();
     EXPECT_EQ(PINPAD_FAILED, library.open(port().c_str(), 0));
@@ -136,12 +136,12 @@ TEST_F(Session, OneWhoseOpeningFailedGoesWhenAnotherPortIsOpened) {
     expectFailure(PINPAD_ERROR_ILLEGAL_ARGUMENT, "[PCL_RESULT_ILLEGAL_ARGUMENT] pinpad is NULL");
 }
 
-TEST_F(Session, ThePortWithoutANameDoesNotExist) {
+TEST_F(GlobalSession, ThePortWithoutANameDoesNotExist) {
     EXPECT_EQ(PINPAD_FAILED, library.open("", 0));
     expectFailure(PINPAD_ERROR_FILE_NOT_FOUND, "[PCL_RESULT_FILE_NOT_FOUND] No such port: ");
 }
 
-TEST_F(Session, AnOpenThatFindsALineGoneFails) {
+TEST_F(GlobalSession, AnOpenThatFindsALineGoneFails) {
     plugIn("fault can unplug\n");
     EXPECT_EQ(PINPAD_FAILED, library.open(port().c_str(), 0));
     EXPECT_EQ(1, failures);
@@ -151,7 +151,7 @@ TEST_F(Session, AnOpenThatFindsALineGoneFails) {
     expectWholeSession();
 }
 
-TEST_F(Session, TheSamePortCannotBeOpenedTwice) {
+TEST_F(GlobalSession, TheSamePortCannotBeOpenedTwice) {
     plugIn();
     const std::string busy = "[PCL_RESULT_DEVICE_BUSY] Port is busy: " + port();
     open(1);
@@ -170,7 +170,7 @@ TEST_F(Session, TheSamePortCannotBeOpenedTwice) {
     expectWholeSession();
 }
 
-TEST_F(Session, OpeningAnotherPortLeavesAPendingCommandBehind) {
+TEST_F(GlobalSession, OpeningAnotherPortLeavesAPendingCommandBehind) {
     plugIn();
     open(1);
     startCapture();
@@ -185,7 +185,7 @@ TEST_F(Session, OpeningAnotherPortLeavesAPendingCommandBehind) {
     expectNoFailure();
 }
 
-TEST_F(Session, AnAbortOfAnIdleOneSendsOneByte) {
+TEST_F(GlobalSession, AnAbortOfAnIdleOneSendsOneByte) {
     plugIn();
     open(1);
     device->clear_logs();
@@ -198,7 +198,7 @@ TEST_F(Session, AnAbortOfAnIdleOneSendsOneByte) {
     expectNoFailure();
 }
 
-TEST_F(Session, AnAbortEndsACaptureThatHasNotified) {
+TEST_F(GlobalSession, AnAbortEndsACaptureThatHasNotified) {
     plugIn("capture notify \"TYPE ON\" live\n");
     open(1);
     startCapture();
@@ -213,7 +213,7 @@ TEST_F(Session, AnAbortEndsACaptureThatHasNotified) {
     EXPECT_EQ(PINPAD_OK, library.close(nullptr));
 }
 
-TEST_F(Session, AnAbortThatIsNotAnsweredLeavesTheCapturePending) {
+TEST_F(GlobalSession, AnAbortThatIsNotAnsweredLeavesTheCapturePending) {
     plugIn("fault can nth 2 silent\nfault can nth 3 times 3 byte 15\n");
     open(0);
     startCapture();
@@ -232,7 +232,7 @@ TEST_F(Session, AnAbortThatIsNotAnsweredLeavesTheCapturePending) {
     EXPECT_EQ(PINPAD_OK, library.close(nullptr));
 }
 
-TEST_F(Session, AnAbortOfALineThatIsGoneFails) {
+TEST_F(GlobalSession, AnAbortOfALineThatIsGoneFails) {
     plugIn();
     open(0);
     device->unplug();
@@ -242,7 +242,7 @@ TEST_F(Session, AnAbortOfALineThatIsGoneFails) {
     expectWholeSession(1);
 }
 
-TEST_F(Session, APendingCommandRefusesEveryOtherAndTheClose) {
+TEST_F(GlobalSession, APendingCommandRefusesEveryOtherAndTheClose) {
     plugIn();
     open(1);
     startCapture();
@@ -266,7 +266,7 @@ TEST_F(Session, APendingCommandRefusesEveryOtherAndTheClose) {
     EXPECT_EQ("BYE", device->snapshot().idle_message);
 }
 
-TEST_F(Session, EndsWithEveryMessageThatFits) {
+TEST_F(GlobalSession, EndsWithEveryMessageThatFits) {
     plugIn("media LOGO text \"picture\"\n");
     const std::string full(32, 'M');
     for (const auto &[message, idle] :
@@ -293,7 +293,7 @@ TEST_F(Session, EndsWithEveryMessageThatFits) {
     expectWholeSession();
 }
 
-TEST_F(Session, ACloseThatIsNotTakenKeepsIt) {
+TEST_F(GlobalSession, ACloseThatIsNotTakenKeepsIt) {
     plugIn("fault ack CLO nak times 3\nfault ack CLX silent\n");
     open(1);
     EXPECT_EQ(PINPAD_FAILED, library.close("BYE"));
@@ -306,7 +306,7 @@ TEST_F(Session, ACloseThatIsNotTakenKeepsIt) {
     expectNoFailure();
 }
 
-TEST_F(Session, ACloseWithTheLineGoneKeepsItUntilTheNextOpen) {
+TEST_F(GlobalSession, ACloseWithTheLineGoneKeepsItUntilTheNextOpen) {
     plugIn();
     open(0);
     device->unplug();
@@ -318,7 +318,7 @@ TEST_F(Session, ACloseWithTheLineGoneKeepsItUntilTheNextOpen) {
     expectWholeSession();
 }
 
-TEST_F(Session, EndsWithTheStatusOfTheDevice) {
+TEST_F(GlobalSession, EndsWithTheStatusOfTheDevice) {
     plugIn("reply CLX nth 1 err status 010\nstatus CLO 013\n");
     open(0);
     EXPECT_EQ(PINPAD_STATUS_INVCALL, library.closeExtended("BYE", nullptr));

@@ -41,7 +41,7 @@ std::uint16_t crcOf(const std::string &bytes) {
     return static_cast<std::uint16_t>(crc);
 }
 
-TEST(Media, TwoMebibytesArriveUnharmed) {
+TEST(MediaCommand, TwoMebibytesArriveUnharmed) {
     constexpr std::size_t SIZE = std::size_t{2} * 1024 * 1024;
     const std::string content = noise(SIZE);
     const TemporaryFile file(content);
@@ -65,7 +65,7 @@ TEST(Media, TwoMebibytesArriveUnharmed) {
     EXPECT_EQ(run({"--port", device.port(), "media", "list"}).out, "FILM\n");
 }
 
-TEST(Media, ListTellsNames) {
+TEST(MediaCommand, ListTellsNames) {
     const TemporaryFile scenario("media A text \"a\"\nmedia B1 text \"b\"");
     EXPECT_EQ(run({"--simulate", scenario.path(), "media", "list"}).out, "A\nB1\n");
     const json told =
@@ -74,7 +74,7 @@ TEST(Media, ListTellsNames) {
     EXPECT_EQ(run({"--simulate", "media", "list"}).out, "The PIN pad has no media files.\n");
 }
 
-TEST(Media, SeveralFilesAreLoadedUnderTheirNames) {
+TEST(MediaCommand, SeveralFilesAreLoadedUnderTheirNames) {
     const TemporaryFile first("one");
     const TemporaryFile second("two");
     sim::Simulator device;
@@ -87,7 +87,7 @@ TEST(Media, SeveralFilesAreLoadedUnderTheirNames) {
     EXPECT_EQ(state.find_media("B")->content, (sim::Bytes{'t', 'w', 'o'}));
 }
 
-TEST(Media, NamesThatDoNotFitAreRefusedBeforeAnythingIsOpened) {
+TEST(MediaCommand, NamesThatDoNotFitAreRefusedBeforeAnythingIsOpened) {
     const TemporaryFile file("x");
     const Outcome tooLong = run({"--simulate", "media", "load", file.path()});
     EXPECT_EQ(tooLong.exit, 2);
@@ -98,7 +98,7 @@ TEST(Media, NamesThatDoNotFitAreRefusedBeforeAnythingIsOpened) {
     EXPECT_THAT(tooFew.err, HasSubstr("once for each file"));
 }
 
-TEST(Media, ARefusalInTheMiddleIsARefusal) {
+TEST(MediaCommand, ARefusalInTheMiddleIsARefusal) {
     const TemporaryFile file(noise(3000));
     const TemporaryFile scenario("status MLR 102 nth 2");
     const Outcome outcome =
@@ -112,7 +112,7 @@ TEST(Media, ARefusalInTheMiddleIsARefusal) {
     EXPECT_EQ(told["problem"], "refused");
 }
 
-TEST(Media, ProgressIsLinesWhereThereIsNoTerminal) {
+TEST(MediaCommand, ProgressIsLinesWhereThereIsNoTerminal) {
     const TemporaryFile file(noise(9950));
     const Outcome outcome = run({"--simulate", "media", "load", file.path(), "--as", "A"});
     EXPECT_EQ(outcome.out, "Loaded " + file.path() + " as A, 9950 bytes.\n");
@@ -124,14 +124,14 @@ TEST(Media, ProgressIsLinesWhereThereIsNoTerminal) {
                             file.path() + ": 100% (9950 of 9950 bytes)"));
 }
 
-TEST(Media, AnEmptyFileIsDoneAtOnce) {
+TEST(MediaCommand, AnEmptyFileIsDoneAtOnce) {
     const TemporaryFile file;
     const Outcome outcome = run({"--simulate", "media", "load", file.path(), "--as", "A"});
     EXPECT_EQ(outcome.exit, 0);
     EXPECT_THAT(tool::linesOf(outcome.err), ElementsAre(file.path() + ": 100% (0 of 0 bytes)"));
 }
 
-TEST(Media, ProgressIsABarOnATerminal) {
+TEST(MediaCommand, ProgressIsABarOnATerminal) {
     const TemporaryFile file(noise(200000));
     Tool bar({"--simulate", "media", "load", file.path(), "--as", "A"}, Terminal::Error);
     const Outcome outcome = bar.finish();
@@ -144,7 +144,7 @@ TEST(Media, ProgressIsABarOnATerminal) {
     EXPECT_EQ(tool::linesOf(outcome.err).size(), 1U) << outcome.err;
 }
 
-TEST(Media, ABarDoesNotMixWithATrace) {
+TEST(MediaCommand, ABarDoesNotMixWithATrace) {
     const TemporaryFile file(noise(2000));
     Tool traced({"--simulate", "media", "load", file.path(), "--as", "A", "--trace"},
                 Terminal::Error);

@@ -41,7 +41,7 @@ std::vector<std::string> commandsOf(const sim::Simulator &device) {
     return bodies;
 }
 
-TEST(Mifare, ActivateTellsTheSerialNumber) {
+TEST(MifareCommand, ActivateTellsTheSerialNumber) {
     EXPECT_EQ(onCard({"mifare", "activate"}).out, "Card 11223344.\n");
     const json told = jsonOf(onCard({"mifare", "activate", "--json"}));
     EXPECT_EQ(told["command"], "mifare activate");
@@ -49,7 +49,7 @@ TEST(Mifare, ActivateTellsTheSerialNumber) {
     EXPECT_EQ(told["exit"], 0);
 }
 
-TEST(Mifare, NoCardIsARefusalUnlessToldToWait) {
+TEST(MifareCommand, NoCardIsARefusalUnlessToldToWait) {
     const sim::Simulator none("mifare away");
     const Outcome refused = onDevice(none, {"mifare", "activate"});
     EXPECT_EQ(refused.exit, 1);
@@ -63,7 +63,7 @@ TEST(Mifare, NoCardIsARefusalUnlessToldToWait) {
     EXPECT_EQ(found.out, "Card 11223344.\n");
 }
 
-TEST(Mifare, ReadsInOneGo) {
+TEST(MifareCommand, ReadsInOneGo) {
     sim::Simulator device(CARD);
     const Outcome outcome = onDevice(device, {"mifare", "read", "5", KEY});
     EXPECT_EQ(outcome.exit, 0) << outcome.err;
@@ -74,7 +74,7 @@ TEST(Mifare, ReadsInOneGo) {
                                      "MF03000500R016", HasSubstr("CLO")));
 }
 
-TEST(Mifare, ReadsAPartAndMoreThanABlock) {
+TEST(MifareCommand, ReadsAPartAndMoreThanABlock) {
     const json part =
         jsonOf(onCard({"mifare", "read", "5", KEY, "--from", "14", "--count", "2", "--json"}));
     EXPECT_EQ(part["data"], "0E0F");
@@ -84,7 +84,7 @@ TEST(Mifare, ReadsAPartAndMoreThanABlock) {
                         "00 01 02 03 04 05 06 07 08 09 0A 0B 0C 0D 0E 0F\n");
 }
 
-TEST(Mifare, Writes) {
+TEST(MifareCommand, Writes) {
     const sim::Simulator device(CARD);
     const Outcome outcome =
         onDevice(device, {"mifare", "write", "5", "aabbCC", KEY, "--from", "3"});
@@ -94,7 +94,7 @@ TEST(Mifare, Writes) {
               "00 01 02 AA BB CC 06 07 08 09 0A 0B 0C 0D 0E 0F\n");
 }
 
-TEST(Mifare, WorksOnValues) {
+TEST(MifareCommand, WorksOnValues) {
     const sim::Simulator device(CARD);
     const Outcome outcome = onDevice(device, {"session"},
                                      "mifare auth 4 --key A:A0A1A2A3A4A5\n"
@@ -117,7 +117,7 @@ TEST(Mifare, WorksOnValues) {
     EXPECT_EQ(told["operation"], "get");
 }
 
-TEST(Mifare, SetsAccessBitsAndKeys) {
+TEST(MifareCommand, SetsAccessBitsAndKeys) {
     const sim::Simulator device(CARD);
     const Outcome outcome =
         onDevice(device, {"session", "--keep-going"},
@@ -137,7 +137,7 @@ TEST(Mifare, SetsAccessBitsAndKeys) {
                            "is not the one of this sector.\n");
 }
 
-TEST(Mifare, RefusalsAreToldInWords) {
+TEST(MifareCommand, RefusalsAreToldInWords) {
     const sim::Simulator device(CARD);
     const Outcome outcome = onDevice(device, {"session", "--keep-going", "--json"},
                                      "mifare read 4\n"
@@ -162,14 +162,14 @@ TEST(Mifare, RefusalsAreToldInWords) {
     }
 }
 
-TEST(Mifare, UnknownStatusesAreShownAsTheyAre) {
+TEST(MifareCommand, UnknownStatusesAreShownAsTheyAre) {
     const sim::Simulator device("reply MF01 body \"MF01Z\x07\"");
     const Outcome outcome = onDevice(device, {"mifare", "activate"});
     EXPECT_EQ(outcome.exit, 1);
     EXPECT_EQ(outcome.err, "The PIN pad answered Z\\x07 to MF01, which this tool does not know.\n");
 }
 
-TEST(Mifare, SilenceIsAFailure) {
+TEST(MifareCommand, SilenceIsAFailure) {
     const sim::Simulator device("fault response MF01 silent times 3");
     const Outcome outcome = onDevice(device, {"mifare", "activate", "--json"});
     EXPECT_EQ(outcome.exit, 3);
@@ -179,7 +179,7 @@ TEST(Mifare, SilenceIsAFailure) {
     EXPECT_FALSE(device.snapshot().open);
 }
 
-TEST(Mifare, OneKeyServesAWholeSession) {
+TEST(MifareCommand, OneKeyServesAWholeSession) {
     const sim::Simulator device(CARD);
     const Outcome outcome = onDevice(device, {"session"},
                                      "mifare auth 4 --key A:A0A1A2A3A4A5\n"
@@ -191,7 +191,7 @@ TEST(Mifare, OneKeyServesAWholeSession) {
     EXPECT_EQ(outcome.exit, 1);
 }
 
-TEST(Mifare, ARefusalKeepsTheSession) {
+TEST(MifareCommand, ARefusalKeepsTheSession) {
     const sim::Simulator device(CARD);
     const Outcome outcome =
         onDevice(device, {"session", "--keep-going"}, "mifare read 4\nmifare activate\n");
@@ -201,7 +201,7 @@ TEST(Mifare, ARefusalKeepsTheSession) {
                 testing::ElementsAre("OPN", HasSubstr("MF03"), "MF01", HasSubstr("CLO")));
 }
 
-TEST(Mifare, WrongArgumentsSendNothing) {
+TEST(MifareCommand, WrongArgumentsSendNothing) {
     for (const Arguments &arguments : {
              Arguments{"mifare"},
              Arguments{"mifare", "read"},
@@ -233,7 +233,7 @@ TEST(Mifare, WrongArgumentsSendNothing) {
     }
 }
 
-TEST(Mifare, WrongKeysAreNotRepeated) {
+TEST(MifareCommand, WrongKeysAreNotRepeated) {
     for (const Arguments &arguments : {
              Arguments{"mifare", "auth", "4", "--key", "A0A1A2A3A4A5"},
              Arguments{"mifare", "auth", "4", "--key", "C:A0A1A2A3A4A5"},
@@ -248,7 +248,7 @@ TEST(Mifare, WrongKeysAreNotRepeated) {
     }
 }
 
-TEST(Mifare, TracesMaskKeysUnlessToldOtherwise) {
+TEST(MifareCommand, TracesMaskKeysUnlessToldOtherwise) {
     for (const bool reveal : {false, true}) {
         const tool::TemporaryFile trace;
         Arguments arguments = {"mifare", "read", "5", KEY, "--trace=" + trace.path()};

@@ -79,22 +79,22 @@ struct Line {
     const char *fault;
 };
 
-class Secrets : public testing::TestWithParam<Line> {};
+class SecretsOfTheTool : public testing::TestWithParam<Line> {};
 
-TEST_P(Secrets, AreNotInAPlainTrace) {
+TEST_P(SecretsOfTheTool, AreNotInAPlainTrace) {
     const std::string trace = traceOf(GetParam().fault, {});
     EXPECT_THAT(trace, HasSubstr("-> GCD"));
     expectNone(trace);
 }
 
-TEST_P(Secrets, AreNotInASecureTrace) {
+TEST_P(SecretsOfTheTool, AreNotInASecureTrace) {
     const std::string trace = traceOf(GetParam().fault, {"--secure"});
     EXPECT_THAT(trace, HasSubstr("encrypted"));
     expectNone(trace);
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    Trace, Secrets,
+    Trace, SecretsOfTheTool,
     testing::Values(Line{"Quiet", ""}, Line{"BadCrc", "fault response GCD nth 1 bad-crc"},
                     Line{"DroppedByte", "fault response GCD nth 1 drop 8"},
                     Line{"WrongLength", "reply GCD body \"GCD00099983917264\""},
@@ -108,7 +108,7 @@ INSTANTIATE_TEST_SUITE_P(
                     Line{"BadPayload", "fault secure GCD bad-datacrc"}),
     [](const testing::TestParamInfo<Line> &param) { return std::string(param.param.name); });
 
-TEST(Secrets, AreShownWhenAskedFor) {
+TEST(SecretsOfTheTool, AreShownWhenAskedFor) {
     for (const Arguments &options :
          {Arguments{"--trace-secrets"}, Arguments{"--trace-secrets", "--secure"}}) {
         const std::string trace = traceOf("", options);
@@ -120,7 +120,7 @@ TEST(Secrets, AreShownWhenAskedFor) {
     }
 }
 
-TEST(Secrets, TheKeyExchangeIsMasked) {
+TEST(SecretsOfTheTool, TheKeyExchangeIsMasked) {
     const std::string trace = traceOf("", {"--secure"});
     EXPECT_THAT(trace, HasSubstr("encrypted session key masked"));
     EXPECT_THAT(trace, HasSubstr("** (512 bytes)"));
@@ -128,7 +128,7 @@ TEST(Secrets, TheKeyExchangeIsMasked) {
     EXPECT_THAT(trace, Not(HasSubstr(hexOf(KEY))));
 }
 
-TEST(Secrets, AreMaskedOnStandardErrorToo) {
+TEST(SecretsOfTheTool, AreMaskedOnStandardErrorToo) {
     const TemporaryFile scenario(customer(""));
     const Outcome outcome = run({"--simulate", scenario.path(), "capture", "--trace"});
     EXPECT_EQ(outcome.exit, 0);
@@ -136,7 +136,7 @@ TEST(Secrets, AreMaskedOnStandardErrorToo) {
     expectNone(outcome.err);
 }
 
-TEST(Secrets, WhatCardsHoldIsMaskedHoweverItComes) {
+TEST(SecretsOfTheTool, WhatCardsHoldIsMaskedHoweverItComes) {
     for (const std::string fault :
          {"", "fault response MF03 drop 20", "fault response MF03 prefix 3833393137323634",
           "reply MF03 id MF99", "fault ack MF02 nak"}) {
@@ -168,7 +168,7 @@ std::string toldOf(const std::function<void()> &call, bool asJson) {
     return out + testing::internal::GetCapturedStderr();
 }
 
-TEST(Secrets, KeysAreNotInTheFailureThatHoldsThem) {
+TEST(SecretsOfTheTool, KeysAreNotInTheFailureThatHoldsThem) {
     const sim::Simulator device;
     AbecsPinpadPtr pinpad(abecs_pinpad_create(device.port().c_str()));
     char status[3];
@@ -196,7 +196,7 @@ TEST(Secrets, KeysAreNotInTheFailureThatHoldsThem) {
     }
 }
 
-TEST(Secrets, KeysInTheWrongPlaceAreNotRepeated) {
+TEST(SecretsOfTheTool, KeysInTheWrongPlaceAreNotRepeated) {
     const std::string marked = std::string("A:") + CARD_KEY;
     for (const Arguments &arguments :
          {Arguments{"mifare", "auth", "4", marked}, Arguments{"mifare", "auth", "4", CARD_KEY},
@@ -221,7 +221,7 @@ TEST(Secrets, KeysInTheWrongPlaceAreNotRepeated) {
     }
 }
 
-TEST(Secrets, TraceFilesAreTheOwnersAlone) {
+TEST(SecretsOfTheTool, TraceFilesAreTheOwnersAlone) {
     const TemporaryFile trace;
     ASSERT_EQ(::chmod(trace.path().c_str(), 0644), 0);
     EXPECT_EQ(run({"--simulate", "open", "--trace=" + trace.path()}).exit, 0);
@@ -230,7 +230,7 @@ TEST(Secrets, TraceFilesAreTheOwnersAlone) {
     EXPECT_EQ(status.st_mode & 0777U, 0600U);
 }
 
-TEST(Secrets, ATraceFollowsNoLink) {
+TEST(SecretsOfTheTool, ATraceFollowsNoLink) {
     const tool::Folder folder;
     folder.write("precious", "precious");
     std::filesystem::create_symlink("precious", folder.path() + "/link");
@@ -245,7 +245,7 @@ TEST(Secrets, ATraceFollowsNoLink) {
     EXPECT_FALSE(std::filesystem::exists(folder.path() + "/missing"));
 }
 
-TEST(Secrets, ATraceIsNotWrittenIntoTheFileOfSomebodyElse) {
+TEST(SecretsOfTheTool, ATraceIsNotWrittenIntoTheFileOfSomebodyElse) {
     if (::geteuid() != 0) {
         GTEST_SKIP() << "only root can give files away";
     }
@@ -270,7 +270,7 @@ TEST(Secrets, ATraceIsNotWrittenIntoTheFileOfSomebodyElse) {
     EXPECT_EQ(status.st_mode & 0777U, 0666U);
 }
 
-TEST(Secrets, ATraceReplacesTheOneBefore) {
+TEST(SecretsOfTheTool, ATraceReplacesTheOneBefore) {
     const TemporaryFile trace(std::string(100000, 'x'));
     EXPECT_EQ(run({"--simulate", "open", "--trace-plain", "--trace=" + trace.path()}).exit, 0);
     EXPECT_THAT(trace.content(), testing::StartsWith("-> CAN"));

@@ -37,7 +37,7 @@ std::size_t stopsIn(const std::string &trace) {
     return count;
 }
 
-TEST(Survey, AsksAndTellsTheAnswer) {
+TEST(SurveyCommand, AsksAndTellsTheAnswer) {
     const sim::Simulator device("survey wait 50 press 7");
     const Outcome outcome =
         onDevice(device, {"survey", "COMO FOI?", "\xC3\x93TIMO", "--style", "12", "--code", "1A2B",
@@ -48,7 +48,7 @@ TEST(Survey, AsksAndTellsTheAnswer) {
     EXPECT_FALSE(device.snapshot().open);
 }
 
-TEST(Survey, CxAsksAndTellsTheAnswer) {
+TEST(SurveyCommand, CxAsksAndTellsTheAnswer) {
     const sim::Simulator device("cxsurvey press 05 enter");
     const json told =
         json::parse(onDevice(device, {"--json", "cxsurvey", "NOTA?", "0 A 100", "--survey-type",
@@ -60,14 +60,14 @@ TEST(Survey, CxAsksAndTellsTheAnswer) {
     EXPECT_EQ(sentTo(device), "EX10125030005NOTA?0 A 100");
 }
 
-TEST(Survey, AnswersAreShownAsTheyCome) {
+TEST(SurveyCommand, AnswersAreShownAsTheyCome) {
     const sim::Simulator device("survey answer \"\\x01\\x02\"\ncxsurvey cancel");
     const Outcome outcome = onDevice(device, {"session"}, "survey A\ncxsurvey\n");
     EXPECT_EQ(outcome.out, "Answer: \\x01\nAnswer: C\n");
     EXPECT_EQ(outcome.exit, 0);
 }
 
-TEST(Survey, StopsWhenNobodyAnswers) {
+TEST(SurveyCommand, StopsWhenNobodyAnswers) {
     const sim::Simulator device("survey live\ncxsurvey live");
     const tool::TemporaryFile trace;
     const Outcome outcome = onDevice(
@@ -86,7 +86,7 @@ TEST(Survey, StopsWhenNobodyAnswers) {
     EXPECT_THAT(trace.content(), HasSubstr("   answer S0"));
 }
 
-TEST(Survey, TimeoutStopsItToo) {
+TEST(SurveyCommand, TimeoutStopsItToo) {
     const sim::Simulator device("survey live");
     const tool::TemporaryFile trace;
     const Outcome outcome = onDevice(
@@ -97,7 +97,7 @@ TEST(Survey, TimeoutStopsItToo) {
     EXPECT_FALSE(device.snapshot().open);
 }
 
-TEST(Survey, InterruptStopsItAndClosesTheSession) {
+TEST(SurveyCommand, InterruptStopsItAndClosesTheSession) {
     for (const bool isCx : {false, true}) {
         sim::Simulator device("survey live\ncxsurvey live");
         const tool::TemporaryFile trace;
@@ -114,7 +114,7 @@ TEST(Survey, InterruptStopsItAndClosesTheSession) {
     }
 }
 
-TEST(Survey, AStopThatIsNotAnsweredIsAFailure) {
+TEST(SurveyCommand, AStopThatIsNotAnsweredIsAFailure) {
     const sim::Simulator device("survey live\nfault response EX08 silent times 3");
     const Outcome outcome = onDevice(device, {"survey", "A", "--stop-after", "0"});
     EXPECT_EQ(outcome.exit, 3);
@@ -122,7 +122,7 @@ TEST(Survey, AStopThatIsNotAnsweredIsAFailure) {
     EXPECT_FALSE(device.snapshot().open);
 }
 
-TEST(Survey, WrongArgumentsSendNothing) {
+TEST(SurveyCommand, WrongArgumentsSendNothing) {
     for (const Arguments &arguments :
          {Arguments{"survey"}, Arguments{"survey", "A", "B", "C"},
           Arguments{"survey", "A", "--style", "5"}, Arguments{"survey", "A", "--top-type", "3"},

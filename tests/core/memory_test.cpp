@@ -83,7 +83,7 @@ TEST(MemEquals, NullsEqualOnlyEachOther) {
     EXPECT_FALSE(pcl_mem_equals("a", nullptr, 1));
 }
 
-TEST(Wipe, ZeroesTheBlockAndNothingElse) {
+TEST(WipedMemory, ZeroesTheBlockAndNothingElse) {
     unsigned char data[6] = {1, 2, 3, 4, 5, 6};
     pcl_wipe(data + 1, 4);
     const unsigned char expected[6] = {1, 0, 0, 0, 0, 6};

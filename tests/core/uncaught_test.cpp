@@ -143,7 +143,7 @@ TEST(FatalAllocation, IsReportedWhenNoFrameCanBeMade) {
                 "FATAL: MEMORY ALLOCATION ERROR\n");
 }
 
-TEST(Handler, IsCalledWithCodeAndMessage) {
+TEST(UncaughtHandler, IsCalledWithCodeAndMessage) {
     const ScopedHandler handler;
     raiseUncaught();
     EXPECT_EQ(handler.count(), 1U);
@@ -151,7 +151,7 @@ TEST(Handler, IsCalledWithCodeAndMessage) {
     EXPECT_EQ(handler.message(), "[PCL_RESULT_ILLEGAL_ARGUMENT] 'pinpad' is NULL");
 }
 
-TEST(Handler, MayReturn) {
+TEST(UncaughtHandler, MayReturn) {
     const ChildResult child = runInChild([] {
         const ScopedHandler handler;
         raiseUncaught();
@@ -162,20 +162,20 @@ TEST(Handler, MayReturn) {
     EXPECT_EQ(child.output, "carried on");
 }
 
-TEST(Handler, MaySeeANullMessage) {
+TEST(UncaughtHandler, MaySeeANullMessage) {
     const ScopedHandler handler;
     pcl_exception_rethrow(PCL_RESULT_IO_ERROR, nullptr);
     ASSERT_EQ(handler.count(), 1U);
     EXPECT_TRUE(handler.all()[0].messageWasNull);
 }
 
-TEST(Handler, IsNotCalledForWhatAFrameCatches) {
+TEST(UncaughtHandler, IsNotCalledForWhatAFrameCatches) {
     const ScopedHandler handler;
     EXPECT_TRUE(pcl_attempt(raiseUncaught));
     EXPECT_EQ(handler.count(), 0U);
 }
 
-TEST(Handler, IsCalledWithNoFrameOpen) {
+TEST(UncaughtHandler, IsCalledWithNoFrameOpen) {
     static const PclExceptionFrame *seen;
     const Installed handler([](std::int32_t, const char *) { seen = pcl_exception_frame(); });
     pcl_exception_try();
@@ -186,7 +186,7 @@ TEST(Handler, IsCalledWithNoFrameOpen) {
     EXPECT_EQ(seen, nullptr);
 }
 
-TEST(Handler, MayThrowAnExceptionOfItsOwn) {
+TEST(UncaughtHandler, MayThrowAnExceptionOfItsOwn) {
     const Installed handler(&throwing);
     try {
         failInTheMiddle();
@@ -197,7 +197,7 @@ TEST(Handler, MayThrowAnExceptionOfItsOwn) {
     EXPECT_EQ(pcl_exception_frame(), nullptr);
 }
 
-TEST(Handler, MayJump) {
+TEST(UncaughtHandler, MayJump) {
     const Installed handler(&jumping);
     // Static, so that the jump does not lose its value.
     static int came;
@@ -211,7 +211,7 @@ TEST(Handler, MayJump) {
     EXPECT_FAILURE(pcl_raise(PCL_RESULT_IO_ERROR, "after"), PCL_RESULT_IO_ERROR, "after");
 }
 
-TEST(Handler, MayJumpOutOfAGuardedOperation) {
+TEST(UncaughtHandler, MayJumpOutOfAGuardedOperation) {
     const Installed handler(&jumping);
     static int came;
     elements::counters = {};
@@ -230,7 +230,7 @@ TEST(Handler, MayJumpOutOfAGuardedOperation) {
     pcl_map_destroy(&map);
 }
 
-TEST(Handler, MayEndTheThread) {
+TEST(UncaughtHandler, MayEndTheThread) {
     const Installed handler(&leavingTheThread);
     pthread_t thread{};
     ASSERT_EQ(pthread_create(&thread, nullptr, &failOnAThread, nullptr), 0);
@@ -239,7 +239,7 @@ TEST(Handler, MayEndTheThread) {
     EXPECT_EQ(result, static_cast<void *>(&jumpBack));
 }
 
-TEST(Handler, IsOneForTheProcess) {
+TEST(UncaughtHandler, IsOneForTheProcess) {
     const ScopedHandler handler;
     std::thread([] { raiseUncaught(); }).join();
     EXPECT_EQ(handler.count(), 1U);

@@ -33,7 +33,7 @@ sim::SimulatorOptions faster(double scale) {
     return options;
 }
 
-TEST(Capture, OfAScriptReturnsWhatIsTyped) {
+TEST(DeviceCapture, OfAScriptReturnsWhatIsTyped) {
     sim::Simulator device("capture keys 12345 enter");
     Host host(device.port());
     EXPECT_EQ(host.ask(capture(1, 1, 10)), captured("12345"));
@@ -41,7 +41,7 @@ TEST(Capture, OfAScriptReturnsWhatIsTyped) {
     EXPECT_EQ(device.snapshot().screen, sim::ScreenKind::blank);
 }
 
-TEST(Capture, ScriptsFollowOneAnotherAndNumbersAndStarFillIn) {
+TEST(DeviceCapture, ScriptsFollowOneAnotherAndNumbersAndStarFillIn) {
     sim::Simulator device("capture keys 1 enter\ncapture 3 keys 3 enter\ncapture * keys 9 enter");
     Host host(device.port());
     EXPECT_EQ(host.ask(capture(1, 1, 1)), captured("1"));
@@ -50,7 +50,7 @@ TEST(Capture, ScriptsFollowOneAnotherAndNumbersAndStarFillIn) {
     EXPECT_EQ(host.ask(capture(1, 1, 1)), captured("9"));
 }
 
-TEST(Capture, SendsNotificationsBeforeAndBetween) {
+TEST(DeviceCapture, SendsNotificationsBeforeAndBetween) {
     sim::Simulator device("capture notify \"FIRST\" keys 12 notify \"SECOND\" keys 3 enter");
     Host host(device.port());
     EXPECT_EQ(host.ask(capture(1, 1, 4)), "NTM000005FIRST");
@@ -58,7 +58,7 @@ TEST(Capture, SendsNotificationsBeforeAndBetween) {
     EXPECT_EQ(host.answer(), captured("123"));
 }
 
-TEST(Capture, SendsARawBodyAsItIs) {
+TEST(DeviceCapture, SendsARawBodyAsItIs) {
     sim::Simulator device(R"(capture raw "NTM013" raw hex 00FF keys 1 enter)");
     Host host(device.port());
     EXPECT_EQ(host.ask(capture(1, 1, 4)), "NTM013");
@@ -66,20 +66,20 @@ TEST(Capture, SendsARawBodyAsItIs) {
     EXPECT_EQ(host.answer(), captured("1"));
 }
 
-TEST(Capture, CancelGives13) {
+TEST(DeviceCapture, CancelGives13) {
     sim::Simulator device("capture keys 12 cancel");
     Host host(device.port());
     EXPECT_EQ(host.ask(capture(1, 1, 4)), "GCD013");
     EXPECT_FALSE(device.snapshot().last_captured.has_value());
 }
 
-TEST(Capture, TimeoutStepGives12AtOnce) {
+TEST(DeviceCapture, TimeoutStepGives12AtOnce) {
     sim::Simulator device("capture keys 12 timeout");
     Host host(device.port());
     EXPECT_EQ(host.ask(capture(1, 1, 4)), "GCD012");
 }
 
-TEST(Capture, TimeLimitOfTheCommandStrikes) {
+TEST(DeviceCapture, TimeLimitOfTheCommandStrikes) {
     sim::Simulator device("", faster(20));
     Host host(device.port());
     const auto begin = std::chrono::steady_clock::now();
@@ -87,7 +87,7 @@ TEST(Capture, TimeLimitOfTheCommandStrikes) {
     EXPECT_GE(std::chrono::steady_clock::now() - begin, milliseconds(200));
 }
 
-TEST(Capture, TimeLimitIsOneMinuteWhenNotGiven) {
+TEST(DeviceCapture, TimeLimitIsOneMinuteWhenNotGiven) {
     sim::Simulator device("", faster(200));
     Host host(device.port());
     const auto begin = std::chrono::steady_clock::now();
@@ -95,13 +95,13 @@ TEST(Capture, TimeLimitIsOneMinuteWhenNotGiven) {
     EXPECT_GE(std::chrono::steady_clock::now() - begin, milliseconds(300));
 }
 
-TEST(Capture, EachKeyRestartsTheTimeLimit) {
+TEST(DeviceCapture, EachKeyRestartsTheTimeLimit) {
     sim::Simulator device("capture keys 1234 every 3000 enter", faster(20));
     Host host(device.port());
     EXPECT_EQ(host.ask(capture(1, 1, 4, 5)), captured("1234"));
 }
 
-TEST(Capture, KeysTakeTheirTime) {
+TEST(DeviceCapture, KeysTakeTheirTime) {
     sim::Simulator device("typing 400\ncapture keys 123 enter", faster(4));
     Host host(device.port());
     const auto begin = std::chrono::steady_clock::now();
@@ -109,7 +109,7 @@ TEST(Capture, KeysTakeTheirTime) {
     EXPECT_GE(std::chrono::steady_clock::now() - begin, milliseconds(400));
 }
 
-TEST(Capture, TakesLiveKeys) {
+TEST(DeviceCapture, TakesLiveKeys) {
     sim::Simulator device("prompt 7 \"YOUR NUMBER\"");
     Host host(device.port());
     ASSERT_EQ(host.send(capture(7, 2, 4)), ack);
@@ -126,7 +126,7 @@ TEST(Capture, TakesLiveKeys) {
     EXPECT_FALSE(device.snapshot().waiting);
 }
 
-TEST(Capture, KeepsToMinimumAndMaximum) {
+TEST(DeviceCapture, KeepsToMinimumAndMaximum) {
     sim::Simulator device;
     Host host(device.port());
     ASSERT_EQ(host.send(capture(1, 2, 3)), ack);
@@ -149,13 +149,13 @@ TEST(Capture, KeepsToMinimumAndMaximum) {
     EXPECT_EQ(host.answer(), captured("99"));
 }
 
-TEST(Capture, OfNoDigitsReturnsAnEmptyValue) {
+TEST(DeviceCapture, OfNoDigitsReturnsAnEmptyValue) {
     sim::Simulator device("capture enter");
     Host host(device.port());
     EXPECT_EQ(host.ask(capture(1, 0, 0)), captured(""));
 }
 
-TEST(Capture, RefusesLimitsThatMakeNoSense) {
+TEST(DeviceCapture, RefusesLimitsThatMakeNoSense) {
     sim::Simulator device;
     Host host(device.port());
     EXPECT_EQ(host.ask(capture(1, 5, 4)), "GCD011");
@@ -174,7 +174,7 @@ TEST(Capture, RefusesLimitsThatMakeNoSense) {
     EXPECT_EQ(device.snapshot().pending_command, "");
 }
 
-TEST(Capture, KeysAreLostWhenNothingWaits) {
+TEST(DeviceCapture, KeysAreLostWhenNothingWaits) {
     sim::Simulator device;
     Host host(device.port());
     device.press("123");

@@ -13,7 +13,7 @@ std::string blanks(std::size_t count) {
     return std::string(count, ' ');
 }
 
-TEST(Close, LeavesTheIdleMessageOnTwoLines) {
+TEST(DeviceClose, LeavesTheIdleMessageOnTwoLines) {
     sim::Simulator device;
     Host host(device.port());
     EXPECT_EQ(host.ask("OPN"), "OPN000");
@@ -25,7 +25,7 @@ TEST(Close, LeavesTheIdleMessageOnTwoLines) {
     EXPECT_THAT(state.display, ElementsAre("COME BACK SOON", "THANK YOU"));
 }
 
-TEST(Close, WithBlanksLeavesTheScreenBlank) {
+TEST(DeviceClose, WithBlanksLeavesTheScreenBlank) {
     sim::Simulator device;
     Host host(device.port());
     EXPECT_EQ(host.ask("CLO032" + blanks(32)), "CLO000");
@@ -33,7 +33,7 @@ TEST(Close, WithBlanksLeavesTheScreenBlank) {
     EXPECT_EQ(device.snapshot().idle_message, "");
 }
 
-TEST(Close, RefusesMalformedBodies) {
+TEST(DeviceClose, RefusesMalformedBodies) {
     sim::Simulator device;
     Host host(device.port());
     EXPECT_EQ(host.ask("CLO"), "CLO011");

@@ -23,7 +23,7 @@ TEST(Screen, BreaksAtCrAndAtTheLastColumn) {
     EXPECT_THAT(sim::lay_out("", 4, 2), IsEmpty());
 }
 
-TEST(Display, ShowsAMessage) {
+TEST(DeviceDisplay, ShowsAMessage) {
     sim::Simulator device("display 10 3");
     Host host(device.port());
     EXPECT_EQ(host.ask(show("HELLO\rWORLDWIDE WEB")), "DEX000");
@@ -33,7 +33,7 @@ TEST(Display, ShowsAMessage) {
     EXPECT_EQ(device.snapshot().screen, sim::ScreenKind::blank);
 }
 
-TEST(Display, TakesAtMost160CharactersWithinItsRange) {
+TEST(DeviceDisplay, TakesAtMost160CharactersWithinItsRange) {
     sim::Simulator device;
     Host host(device.port());
     EXPECT_EQ(host.ask(show(std::string(160, 'x'))), "DEX000");

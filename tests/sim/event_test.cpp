@@ -44,14 +44,14 @@ INSTANTIATE_TEST_SUITE_P(
                     KeyCase{"cancel", sim::Key::cancel, "13"}),
     [](const auto &key_case) { return key_case.param.name; });
 
-TEST(Event, ReportsAScriptedSwipeWithTheTracksOfTheCard) {
+TEST(DeviceEvent, ReportsAScriptedSwipeWithTheTracksOfTheCard) {
     sim::Simulator device("card gold track1 \"T1\" track2 \"T2=22\"\nevent wait 5 swipe gold");
     Host host(device.port());
     EXPECT_EQ(host.ask(check("010000")),
               event("90", record(0x8041, "T1") + record(0x8042, "T2=22")));
 }
 
-TEST(Event, ReportsALiveSwipeWhenAskedFor) {
+TEST(DeviceEvent, ReportsALiveSwipeWhenAskedFor) {
     sim::Simulator device;
     Host host(device.port());
     ASSERT_EQ(host.send(check("110000")), ack);
@@ -60,7 +60,7 @@ TEST(Event, ReportsALiveSwipeWhenAskedFor) {
     EXPECT_EQ(host.answer(), event("90", record(0x8043, "T3")));
 }
 
-TEST(Event, IgnoresWhatTheOptionsLeaveOut) {
+TEST(DeviceEvent, IgnoresWhatTheOptionsLeaveOut) {
     sim::Simulator device;
     Host host(device.port());
     ASSERT_EQ(host.send(check("000000")), ack);
@@ -75,7 +75,7 @@ TEST(Event, IgnoresWhatTheOptionsLeaveOut) {
     EXPECT_EQ(device.snapshot().beeps, 1U);
 }
 
-TEST(Event, ReportsCardsAtTheReaders) {
+TEST(DeviceEvent, ReportsCardsAtTheReaders) {
     sim::Simulator device;
     Host host(device.port());
     ASSERT_EQ(host.send(check("001000")), ack);
@@ -94,7 +94,7 @@ TEST(Event, ReportsCardsAtTheReaders) {
     EXPECT_EQ(host.answer(), event("94"));
 }
 
-TEST(Event, ReportsAnyCodeThatAScriptGives) {
+TEST(DeviceEvent, ReportsAnyCodeThatAScriptGives) {
     sim::Simulator device("event code \"95\"\nevent no-tap\nevent timeout");
     Host host(device.port());
     EXPECT_EQ(host.ask(check("000000")), event("95"));
@@ -102,7 +102,7 @@ TEST(Event, ReportsAnyCodeThatAScriptGives) {
     EXPECT_EQ(host.ask(check("000000")), "CEX012");
 }
 
-TEST(Event, SendsNotificationsFirst) {
+TEST(DeviceEvent, SendsNotificationsFirst) {
     sim::Simulator device("event notify \"ONE\" notify \"TWO\" key f1");
     Host host(device.port());
     EXPECT_EQ(host.ask(check("100000")), "NTM000003ONE");
@@ -110,7 +110,7 @@ TEST(Event, SendsNotificationsFirst) {
     EXPECT_EQ(host.answer(), event("04"));
 }
 
-TEST(Event, TimeLimitOfTheCommandStrikes) {
+TEST(DeviceEvent, TimeLimitOfTheCommandStrikes) {
     sim::SimulatorOptions options;
     options.time_scale = 20;
     sim::Simulator device("", options);
@@ -120,7 +120,7 @@ TEST(Event, TimeLimitOfTheCommandStrikes) {
     EXPECT_GE(std::chrono::steady_clock::now() - begin, milliseconds(200));
 }
 
-TEST(Event, TakesAllItsParametersAndRefusesMalformedOnes) {
+TEST(DeviceEvent, TakesAllItsParametersAndRefusesMalformedOnes) {
     sim::Simulator device("event key enter");
     Host host(device.port());
     EXPECT_EQ(

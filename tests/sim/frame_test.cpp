@@ -21,7 +21,7 @@ FrameReader::Result feed(FrameReader &reader, const Bytes &frame) {
     return result;
 }
 
-TEST(Crc16, MatchesPublishedVectors) {
+TEST(FrameCheck, MatchesPublishedVectors) {
     EXPECT_EQ(sim::crc16(bytes("123456789")), 0x31C3);
     EXPECT_EQ(sim::crc16({}), 0x0000);
     EXPECT_EQ(sim::crc16(bytes("A")), 0x58E5);

@@ -22,7 +22,7 @@ std::string more(const std::string &data) {
     return command("MLR", record(15, data));
 }
 
-TEST(Media, IsStoredWhenAllOfItCame) {
+TEST(DeviceMedia, IsStoredWhenAllOfItCame) {
     std::string content;
     for (int i = 0; i < 1200; ++i)
         content.push_back(static_cast<char>(i));
@@ -42,7 +42,7 @@ TEST(Media, IsStoredWhenAllOfItCame) {
     EXPECT_EQ(file->crc, crc(bytes(content)));
 }
 
-TEST(Media, ReplacesAFileOfTheSameName) {
+TEST(DeviceMedia, ReplacesAFileOfTheSameName) {
     sim::Simulator device("media LOGO size 9\nmedia B size 1");
     Host host(device.port());
     EXPECT_EQ(host.ask(start("LOGO    ", 2, crc(bytes("ab")))), "MLI000");
@@ -52,7 +52,7 @@ TEST(Media, ReplacesAFileOfTheSameName) {
     EXPECT_EQ(device.snapshot().media.front().content, bytes("ab"));
 }
 
-TEST(Media, EmptyFilesNeedNoRecord) {
+TEST(DeviceMedia, EmptyFilesNeedNoRecord) {
     sim::Simulator device;
     Host host(device.port());
     EXPECT_EQ(host.ask(start("EMPTY   ", 0, 0)), "MLI000");
@@ -60,7 +60,7 @@ TEST(Media, EmptyFilesNeedNoRecord) {
     EXPECT_NE(device.snapshot().find_media("EMPTY"), nullptr);
 }
 
-TEST(Media, WithAWrongChecksumIsRefusedAtTheEnd) {
+TEST(DeviceMedia, WithAWrongChecksumIsRefusedAtTheEnd) {
     sim::Simulator device;
     Host host(device.port());
     EXPECT_EQ(host.ask(start("LOGO    ", 2, 0x1234)), "MLI000");
@@ -70,7 +70,7 @@ TEST(Media, WithAWrongChecksumIsRefusedAtTheEnd) {
     EXPECT_EQ(host.ask("MLE"), "MLE010");
 }
 
-TEST(Media, ThatIsTooShortOrTooLongIsRefused) {
+TEST(DeviceMedia, ThatIsTooShortOrTooLongIsRefused) {
     sim::Simulator device;
     Host host(device.port());
     EXPECT_EQ(host.ask(start("LOGO    ", 3, crc(bytes("abc")))), "MLI000");
@@ -81,14 +81,14 @@ TEST(Media, ThatIsTooShortOrTooLongIsRefused) {
     EXPECT_EQ(host.ask(more("a")), "MLR010");
 }
 
-TEST(Media, RecordsNeedALoad) {
+TEST(DeviceMedia, RecordsNeedALoad) {
     sim::Simulator device;
     Host host(device.port());
     EXPECT_EQ(host.ask(more("a")), "MLR010");
     EXPECT_EQ(host.ask("MLE"), "MLE010");
 }
 
-TEST(Media, RefusesMalformedCommands) {
+TEST(DeviceMedia, RefusesMalformedCommands) {
     sim::Simulator device;
     Host host(device.port());
     EXPECT_EQ(host.ask("MLI"), "MLI019");

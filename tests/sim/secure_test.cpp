@@ -66,7 +66,7 @@ TEST(SecureChannel, UnwrapsOnlyWhatIsWhole) {
     EXPECT_FALSE(channel.unwrap(aes(key, plain, true)).has_value()) << "padding is too long";
 }
 
-TEST(SecureOpen, HandsOutARandomKeyInABlockOfTypeTwo) {
+TEST(DeviceSecureOpen, HandsOutARandomKeyInABlockOfTypeTwo) {
     sim::Simulator device;
     Host host(device.port());
     const Bytes block = open_secure(host, key_pair());
@@ -80,7 +80,7 @@ TEST(SecureOpen, HandsOutARandomKeyInABlockOfTypeTwo) {
     EXPECT_NE(host.key, first);
 }
 
-TEST(SecureOpen, AnswersInUpperCaseAndInClear) {
+TEST(DeviceSecureOpen, AnswersInUpperCaseAndInClear) {
     sim::Simulator device;
     Host host(device.port());
     const std::string answer = host.ask(key_pair().open_command());
@@ -89,7 +89,7 @@ TEST(SecureOpen, AnswersInUpperCaseAndInClear) {
     EXPECT_EQ(answer.find_first_not_of("0123456789ABCDEF", 12), std::string::npos);
 }
 
-TEST(SecureOpen, RefusesWhatIsNotAKey) {
+TEST(DeviceSecureOpen, RefusesWhatIsNotAKey) {
     sim::Simulator device;
     Host host(device.port());
     const std::string good = key_pair().open_command();
