@@ -56,21 +56,21 @@ fi
 
 echo '== A clean root'
 . scripts/clean-root.sh
-make_clean_root "$packages/debootstrap.log"
+make_clean_root
 
 files() {
     (cd "$root" && find . -xdev \( -path ./proc -o -path ./dev -o -path ./tmp \
         -o -path ./var/cache -o -path ./var/lib/apt -o -path ./var/lib/dpkg -o -path ./var/log \) \
         -prune -o -print | sort)
 }
-inside apt-get install -y -q --no-install-recommends gcc libc6-dev >"$packages/trial.log" 2>&1
+inside_quietly apt-get install -y -q --no-install-recommends gcc libc6-dev
 inside ldconfig
 files >"$packages/before"
 
 echo '== Installed'
 cp "$packages"/*.deb "$root/tmp"
-inside sh -c 'apt-get install -y -q --no-install-recommends /tmp/libpinpad1_*.deb \
-    /tmp/libpinpad-dev_*.deb /tmp/pinpad-tools_*.deb' >>"$packages/trial.log" 2>&1
+inside_quietly sh -c 'apt-get install -y -q --no-install-recommends /tmp/libpinpad1_*.deb \
+    /tmp/libpinpad-dev_*.deb /tmp/pinpad-tools_*.deb'
 inside pinpad --simulate capture
 inside pinpad-sim --version
 # The first program of a new user: the one of the README.
@@ -85,8 +85,7 @@ if [ "$status" -ne 1 ] || ! grep -q 'No such port: ttyUSB0' "$packages/till"; th
 fi
 
 echo '== Removed'
-inside apt-get purge -y -q --autoremove libpinpad1 libpinpad-dev pinpad-tools \
-    >>"$packages/trial.log" 2>&1
+inside_quietly apt-get purge -y -q --autoremove libpinpad1 libpinpad-dev pinpad-tools
 inside ldconfig
 files >"$packages/after"
 diff "$packages/before" "$packages/after"

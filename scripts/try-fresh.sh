@@ -1,7 +1,6 @@
 #!/bin/sh
 # Runs the demonstration and the tests as a newcomer does: in a bare Debian root of their own with
-# nothing but git, in a clone of what is committed here. As root; nothing is left behind but
-# build/fresh.log. See `scripts/install-dependencies.sh fresh`.
+# nothing but git, in a clone of what is committed here. As root; nothing is left behind. See `scripts/install-dependencies.sh fresh`.
 set -eu
 cd "$(dirname "$0")/.."
 
@@ -12,10 +11,9 @@ fi
 if [ -n "$(git status --porcelain)" ]; then
     echo 'Changes that are not committed are not tried.' >&2
 fi
-mkdir -p build
 . scripts/clean-root.sh
-make_clean_root build/fresh.log
-inside apt-get install -y -q --no-install-recommends ca-certificates git >>build/fresh.log 2>&1
+make_clean_root
+inside_quietly apt-get install -y -q --no-install-recommends ca-certificates git
 git clone -q . "$root/root/pinpad"
 
 echo '== ./run-demo.sh in a bare root'
