@@ -34,9 +34,7 @@ jobs=$(nproc)
 # Most tests wait for the line, not for the processor: let the waits overlap.
 parallel_tests=$((jobs * 4))
 started=$(date +%s)
-mkdir -p build
 not_run=build/not-run.txt
-: >"$not_run"
 
 step() {
     echo
@@ -211,6 +209,7 @@ fi
 step 'Release build (g++)'
 build release
 step 'Tests of the release build'
+: >"$not_run"
 run_tests release --exclude-regex '^web.browser$'
 step 'Page in the browser'
 test_page

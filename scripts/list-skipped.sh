@@ -4,7 +4,7 @@
 # usage: list-skipped.sh BUILD-FOLDER, where ctest's output is in ctest.log
 set -eu
 awk '
-    FNR == NR {
+    FILENAME == ARGV[1] {
         if (/\*\*\*Skipped/) {
             silent[$4] = 1
         }

@@ -326,7 +326,7 @@ class Runner:
         return True
 
     def not_run(self, language, why):
-        print(f"Not run: the code in {language} in docs/{self.document.name}: {why}")
+        print(f"Not run: the code in {language} in {self.document.name}: {why}")
         return False
 
     def csharp(self, text):

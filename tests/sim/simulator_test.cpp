@@ -264,11 +264,11 @@ TEST(Simulator, ReplacesNothingElseByItsLink) {
     sim::SimulatorOptions options;
     options.link = folder.file("pinpad");
     const auto refuses = [&options] {
-        EXPECT_THAT([&options] { sim::Simulator("", options); },
-                    testing::ThrowsMessage<std::runtime_error>(
-                        "'" + options.link +
-                        "' is there already, and no link that a virtual PIN "
-                        "pad of this user has left behind"));
+        EXPECT_THAT(
+            [&options] { sim::Simulator("", options); },
+            testing::ThrowsMessage<std::runtime_error>("'" + options.link +
+                                                       "' exists and is no link that a virtual PIN "
+                                                       "pad of this user has left behind"));
     };
     const sim::Simulator other;
     for (const std::string &target :
@@ -291,7 +291,7 @@ TEST(Simulator, ReplacesNothingElseByItsLink) {
 
 TEST(Simulator, ReplacesNoLinkOfAnotherUser) {
     if (::geteuid() != 0) {
-        GTEST_SKIP() << "only root can give links away";
+        GTEST_SKIP() << "\nNot run: the link of another user: only root can give links away";
     }
     const TemporaryFolder folder;
     sim::SimulatorOptions options;
