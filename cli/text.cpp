@@ -3,6 +3,8 @@
 #include "cli/problem.h"
 
 #include <algorithm>
+#include <cctype>
+#include <cstddef>
 #include <cstdint>
 #include <cstdio>
 #include <iterator>
@@ -145,6 +147,24 @@ std::string escapedUnless(IsKept isKept, std::string_view text) {
     return result;
 }
 
+constexpr std::size_t KEY_LETTER_SIZE = 2;
+
+// Whether the word begins as the key of a card with its letter does.
+bool hasKeyLetter(std::string_view word) {
+    return word.size() > KEY_LETTER_SIZE && word[1] == ':' &&
+           std::string_view("ABab").find(word[0]) != std::string_view::npos;
+}
+
+// Whether the word may have been meant as the key of a card: a digit too few, a letter that is
+// none.
+bool isNearlyKey(std::string_view word) {
+    constexpr std::ptrdiff_t LEAST_DIGITS = 9;
+    const auto digits = std::count_if(word.begin(), word.end(), [](char character) {
+        return std::isxdigit(static_cast<unsigned char>(character)) != 0;
+    });
+    return digits >= LEAST_DIGITS && digits * 4 >= static_cast<std::ptrdiff_t>(word.size()) * 3;
+}
+
 } // namespace
 
 std::string toDevice(std::string_view text, const char *what, std::size_t maximum,
@@ -186,23 +206,22 @@ std::string fromDeviceVisibly(std::string_view bytes) {
 }
 
 std::string withoutKeys(std::string_view text) {
-    constexpr std::string_view HEX_DIGITS = "0123456789ABCDEFabcdef";
-    constexpr std::size_t KEY_DIGITS = 12;
+    constexpr std::string_view BETWEEN_WORDS = " \t\r\n'\"=,";
     std::string result;
     while (!text.empty()) {
-        const std::size_t digits = std::min(text.find_first_not_of(HEX_DIGITS), text.size());
-        const bool marked =
-            result.size() >= 2 && result.back() == ':' &&
-            std::string_view("ABab").find(result[result.size() - 2]) != std::string_view::npos;
-        if (digits >= KEY_DIGITS || (digits > 0 && marked)) {
-            result += "**";
+        const std::size_t length = std::min(text.find_first_of(BETWEEN_WORDS), text.size());
+        const std::string_view word = text.substr(0, length);
+        const bool marked = hasKeyLetter(word);
+        if (marked || isNearlyKey(word)) {
+            result += std::string(word.substr(0, marked ? KEY_LETTER_SIZE : 0)) + "**";
         } else {
-            result += text.substr(0, digits);
+            result += word;
         }
-        text.remove_prefix(digits);
-        const std::size_t others = std::min(text.find_first_of(HEX_DIGITS), text.size());
-        result += text.substr(0, others);
-        text.remove_prefix(others);
+        text.remove_prefix(length);
+        if (!text.empty()) {
+            result += text.front();
+            text.remove_prefix(1);
+        }
     }
     return result;
 }

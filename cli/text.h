@@ -29,8 +29,8 @@ std::string visible(std::string_view text);
 /// The same for bytes of the PIN pad.
 std::string fromDeviceVisibly(std::string_view bytes);
 
-/// The text with what may be the key of a card in it as **: twelve hexadecimal digits or more, and
-/// what follows A: or B:.
+/// The text with the words that may be the key of a card as **: all that follows A: or B:, and what
+/// consists of nine hexadecimal digits or more and little else.
 std::string withoutKeys(std::string_view text);
 
 /// What may be anything as UTF-8: bytes that are none as \xNN.

@@ -87,6 +87,8 @@ TEST(Text, MasksKeys) {
     EXPECT_EQ(cli::withoutKeys("not expected: A:FFFFFFFFFFFF"), "not expected: A:**");
     EXPECT_EQ(cli::withoutKeys("--key=b:0123"), "--key=b:**");
     EXPECT_EQ(cli::withoutKeys("A0A1A2A3A4A5 A0A1A2A3A4A5FF"), "** **");
+    EXPECT_EQ(cli::withoutKeys("b:FFFFFFOFFFFF 'FFFFFFOFFFFF' FFFFFFFFFFF"), "b:** '**' **");
+    EXPECT_EQ(cli::withoutKeys("media:5 A: /tmp/decade.txt"), "media:5 A: /tmp/decade.txt");
     EXPECT_EQ(cli::withoutKeys("There is no command 'dance'."), "There is no command 'dance'.");
 }
 
