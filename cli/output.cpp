@@ -91,7 +91,8 @@ void Output::happened(const std::string &line, const Json &fields) {
 }
 
 void Output::text(const std::string &text) {
-    errno = 0;
+    // What failed before, past this, does not say why again.
+    errno = EIO;
     if (!(std::cout << text << std::flush) && !isLost()) {
         m_loss = std::generic_category().message(errno);
     }
@@ -160,8 +161,7 @@ ExitStatus Output::finish(ExitStatus exit) {
 // The first problem is the one to exit with.
 ExitStatus Output::lose(const std::string &what, ExitStatus exit) {
     clearPlace();
-    tell(ExitStatus::Failure, "failure", what);
-    return exit == ExitStatus::Done ? ExitStatus::Failure : exit;
+    return tell(exit == ExitStatus::Done ? ExitStatus::Failure : exit, "failure", what);
 }
 
 ExitStatus Output::tell(ExitStatus exit, const char *kind, const std::string &text,
