@@ -31,7 +31,7 @@ std::string everyByte() {
     return bytes;
 }
 
-// All bytes that the name of a file may have, in one name.
+// All bytes that the name of a file may have, in one name: 253 of the 255 that fit.
 std::string everyNameByte() {
     std::string name;
     for (const char byte : everyByte()) {
@@ -107,9 +107,10 @@ struct Play {
     std::string customer; ///< lines of the scenario before the answers
     std::vector<std::string> answers;
     std::string command;
-    std::string id;        ///< of the command that is answered
-    std::string shown;     ///< what becomes of some of the bytes
-    std::size_t times = 0; ///< how often the command is given when no answers are
+    std::string id;           ///< of the command that is answered
+    std::string shown;        ///< what becomes of some of the bytes
+    std::size_t times = 0;    ///< how often the command is given when no answers are
+    std::string limit = "10"; ///< seconds for the customer of each command
 };
 
 void PrintTo(const Play &play, std::ostream *out) {
@@ -178,7 +179,8 @@ std::vector<Play> plays() {
          "capture",
          "GCD",
          "\\x9B\\x9C",
-         notifications.size()},
+         notifications.size(),
+         "1"},
         {"Answer", "capture * keys 1 enter", answers("GCD", 0x804D, piecesOf(16)), "capture", "GCD",
          "Typed: \\x81\\x82"},
         {"EventMap",
@@ -229,7 +231,7 @@ std::vector<Play> plays() {
          "Result: \\x9B",
          255},
         {"Noise",
-         "fault response DEX prefix " + hexOf(everyByte()),
+         "fault ack DEX garble 01\nfault response DEX prefix " + hexOf(everyByte()),
          {},
          "display A",
          "DEX",
@@ -243,9 +245,10 @@ class Device : public testing::TestWithParam<Play> {};
 TEST_P(Device, IsNotObeyed) {
     const tool::TemporaryFile scenario(scenarioOf(GetParam()));
     for (const char *style : {"--trace", "--json"}) {
-        const Outcome outcome = tool::run({"--simulate", scenario.path(), style, "--trace-secrets",
-                                           "--timeout", "0.2", "session", "--keep-going"},
-                                          scriptOf(GetParam()));
+        const Outcome outcome =
+            tool::run({"--simulate", scenario.path(), style, "--trace-secrets", "--timeout",
+                       GetParam().limit, "session", "--keep-going"},
+                      scriptOf(GetParam()));
         expectNothingObeyed(outcome);
         // Something has been printed of every command.
         const std::string told = outcome.out + outcome.err;
@@ -430,19 +433,24 @@ std::vector<Arguments> argumentsWith(const std::string &name, const std::string 
 }
 
 TEST(Terminal, DoesNotObeyTheNameOfAFile) {
-    const tool::Folder folder;
-    const std::string name = everyNameByte();
-    const std::string inside = "inside" + name.substr(6);
-    std::filesystem::create_directory(folder.path() + "/" + inside);
-    folder.write(name, "image LOGO\n\x1B" + everyByte() + "\n");
-    for (const Arguments &arguments :
-         argumentsWith(name, folder.path() + "/" + name, folder.path() + "/" + inside)) {
-        expectNothingObeyed(tool::run(arguments));
-        Arguments asJson = arguments;
-        asJson.emplace_back("--json");
-        const Outcome outcome = tool::run(asJson);
-        expectNothingObeyed(outcome);
-        expectJson(outcome.out);
+    std::string turns = "turned";
+    for (const std::string_view character : obeyed::TURNS_AND_BREAKS) {
+        turns += character;
+    }
+    for (const std::string &name : {everyNameByte(), turns}) {
+        const tool::Folder folder;
+        const std::string inside = "inside" + name.substr(6);
+        std::filesystem::create_directory(folder.path() + "/" + inside);
+        folder.write(name, "image LOGO\n\x1B" + everyByte() + "\n");
+        for (const Arguments &arguments :
+             argumentsWith(name, folder.path() + "/" + name, folder.path() + "/" + inside)) {
+            expectNothingObeyed(tool::run(arguments));
+            Arguments asJson = arguments;
+            asJson.emplace_back("--json");
+            const Outcome outcome = tool::run(asJson);
+            expectNothingObeyed(outcome);
+            expectJson(outcome.out);
+        }
     }
 }
 

@@ -51,8 +51,6 @@ public:
             ::close(fd);
         in_ = in[1];
         out_ = out[0];
-        // Room for all that is told before it is read.
-        EXPECT_GT(::fcntl(out_, F_SETPIPE_SZ, 1 << 20), 0);
         error_ = error[0];
     }
 
@@ -96,6 +94,9 @@ public:
         }
         return lines;
     }
+
+    // Room for all that is told before it is read.
+    void make_room() { EXPECT_GT(::fcntl(out_, F_SETPIPE_SZ, 1 << 20), 0); }
 
     // All that the program still writes until it ends.
     std::string output() { return read_to_end(out_); }
@@ -149,6 +150,8 @@ protected:
     ~ProgramTest() override { std::filesystem::remove_all(folder_); }
 
     std::string file(const std::string &name) const { return (folder_ / name).string(); }
+
+    void expect_shown(const std::string &name) const;
 
     std::string scenario(const std::string &text) const {
         std::ofstream(file("scenario")) << text;
@@ -278,7 +281,7 @@ TEST_F(ProgramTest, ReplacesTheLinkOfOneThatWasKilledAndNotOfOneThatLives) {
         EXPECT_EQ(second.errors(),
                   "pinpad-sim: another virtual PIN pad keeps the link '" + file("pinpad") + "'\n");
         killed.signal(SIGKILL);
-        EXPECT_EQ(killed.wait(), -1);
+        killed.output(); // to the end, which is its own
     }
     EXPECT_TRUE(std::filesystem::is_symlink(file("pinpad")));
     Program next({"--quiet", "--link", file("pinpad")});
@@ -320,6 +323,7 @@ TEST_F(ProgramTest, ShowsEveryByteInsteadOfHavingItObeyed) {
                                       "qrcode answer \"" + every + "\"\n");
     for (const std::string style : {"--json", "--wire"}) {
         Program program({"--wire", style, "--scenario", path, "--type"});
+        program.make_room();
         {
             Host host(program.line());
             // What comes back does not matter here.
@@ -370,8 +374,8 @@ TEST_F(ProgramTest, ShowsEveryByteInsteadOfHavingItObeyed) {
     }
 }
 
-TEST_F(ProgramTest, ShowsEveryByteOfANameInsteadOfHavingItObeyed) {
-    const std::string name = every_byte(1, false);
+// A program that this name is given to, whatever for, has none of it obeyed.
+void ProgramTest::expect_shown(const std::string &name) const {
     std::ofstream(file(name)) << "\x1B" << every_byte(1, true);
     std::filesystem::create_directory(file("folder" + name.substr(6)));
     const std::vector<std::vector<std::string>> refused = {
@@ -395,10 +399,23 @@ TEST_F(ProgramTest, ShowsEveryByteOfANameInsteadOfHavingItObeyed) {
     }
     for (const std::string style : {"--json", "--wire"}) {
         Program program({style, "--link", file("link" + name.substr(4))});
-        EXPECT_THAT(program.line(), HasSubstr("/link\\x05"));
+        const std::string path = program.line();
+        EXPECT_THAT(path, HasSubstr("/link\\"));
+        EXPECT_EQ(obeyed::in(path), "");
         program.signal(SIGTERM);
         EXPECT_EQ(obeyed::in(program.output()), "");
     }
+}
+
+TEST_F(ProgramTest, ShowsEveryByteOfANameInsteadOfHavingItObeyed) {
+    expect_shown(every_byte(1, false));
+}
+
+TEST_F(ProgramTest, ShowsWhatTurnsALineInANameInsteadOfHavingItObeyed) {
+    std::string name = "name";
+    for (const std::string_view character : obeyed::TURNS_AND_BREAKS)
+        name += character;
+    expect_shown(name);
 }
 
 TEST_F(ProgramTest, ShowsTheLettersOfAName) {
