@@ -32,12 +32,15 @@ bool is_marked(const std::string &target) {
            target.find_first_not_of("0123456789", marked_folder.size()) == std::string::npos;
 }
 
-// A name of the machine, not of its file system, that stands for the link.
+// A name of the machine, not of its file system, that stands for this user's link in this folder.
 sockaddr_un address_of(const std::string &link) {
-    std::error_code unknown;
-    const fs::path folder = fs::weakly_canonical(fs::absolute(link).parent_path(), unknown);
-    const std::string whole = (folder / fs::path(link).filename()).string();
-    const std::string name = "pinpad-sim " + std::to_string(std::hash<std::string>{}(whole));
+    const fs::path whole = fs::absolute(link);
+    struct stat folder {};
+    ::stat(whole.parent_path().c_str(), &folder);
+    const std::string name = "pinpad-sim " + std::to_string(::geteuid()) + ' ' +
+                             std::to_string(folder.st_dev) + ' ' + std::to_string(folder.st_ino) +
+                             ' ' +
+                             std::to_string(std::hash<std::string>{}(whole.filename().string()));
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
     std::copy(name.begin(), name.end(), std::begin(address.sun_path) + 1);
@@ -94,8 +97,8 @@ void PortLink::replace(const std::string &target) {
         const fs::path found = fs::read_symlink(name_, none);
         if (status.st_uid != ::geteuid() || !is_marked(found.string())) {
             throw std::runtime_error("'" + name_ +
-                                     "' is there already, and no link that a virtual "
-                                     "PIN pad of this user has left behind");
+                                     "' exists and is no link that a virtual PIN pad of this user "
+                                     "has left behind");
         }
         fs::remove(name_);
     }
