@@ -1,4 +1,5 @@
 #include "cli/application.h"
+#include "cli/terminal.h"
 #include "cli/text.h"
 
 #include <exception>
@@ -6,6 +7,7 @@
 
 int main(int argc, char **argv) {
     try {
+        cli::occupyStandardStreams();
         return static_cast<int>(cli::runApplication(argc, argv));
     } catch (const std::exception &error) {
         std::cerr << "pinpad: " << cli::visible(error.what()) << std::endl;

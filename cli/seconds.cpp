@@ -16,7 +16,7 @@ std::optional<std::chrono::milliseconds> readSeconds(const std::string &text) {
     double seconds = 0;
     const char *end = text.data() + text.size();
     const auto [stop, error] = std::from_chars(text.data(), end, seconds);
-    // What is no number at all is neither less than the least nor greater than the greatest.
+    // NaN passes any comparison with a range.
     const bool isTime = error == std::errc() && stop == end && std::isfinite(seconds);
     if (!isTime || seconds < 0 || seconds > DAY) {
         return std::nullopt;

@@ -12,16 +12,22 @@ enum class Stream { Input, Output, Error };
 
 bool isTerminal(Stream stream);
 
+/// Gives standard streams that are closed a place where nothing can be written, so that no port or
+/// file that is opened later takes it. Before anything else.
+void occupyStandardStreams();
+
 /// Columns of the terminal that standard error is.
 std::size_t errorColumns();
 
-/// Opens a file for writing that only its owner may read; the caller closes it. Symbolic links, and
-/// files that somebody else owns, are left alone: a name in a folder that many may write to could
-/// be theirs. Throws std::runtime_error, which says why it cannot be done.
+/// Opens a file for writing that only its owner may read; the caller closes it. Symbolic links,
+/// files that have another name as well, and what somebody else owns are left alone: a name in a
+/// folder that many may write to could be a trap. Windows does not look. Throws std::runtime_error,
+/// which says why it cannot be done.
 std::FILE *openPrivateFile(const std::string &path);
 
-/// Waits for what standard input has and reads it; nothing at its end. Throws Interrupted when
-/// Ctrl-C comes while it waits, and std::system_error when it cannot be read.
+/// Waits for what standard input has and reads it; nothing at its end. Throws
+/// std::system_error when it cannot be read and, save on Windows, Interrupted when Ctrl-C comes
+/// while it waits.
 std::string readInput();
 
 /// Why a port cannot be used although it is there, when the system tells: "" when it does not.

@@ -56,6 +56,16 @@ bool isTerminal(Stream stream) {
     return ::isatty(descriptor(stream)) == 1;
 }
 
+void occupyStandardStreams() {
+    int fd = 0;
+    do {
+        fd = ::open("/dev/null", O_RDONLY | O_CLOEXEC);
+    } while (fd >= 0 && fd <= STDERR_FILENO);
+    if (fd >= 0) {
+        ::close(fd);
+    }
+}
+
 std::size_t errorColumns() {
     winsize size{};
     if (::ioctl(STDERR_FILENO, TIOCGWINSZ, &size) != 0 || size.ws_col == 0) {
@@ -65,10 +75,15 @@ std::size_t errorColumns() {
 }
 
 std::FILE *openPrivateFile(const std::string &path) {
-    Descriptor file(
-        ::open(path.c_str(), O_WRONLY | O_CREAT | O_NOFOLLOW | O_CLOEXEC, S_IRUSR | S_IWUSR));
+    // Somebody else's pipe must not be waited for.
+    Descriptor file(::open(path.c_str(),
+                           O_WRONLY | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC,
+                           S_IRUSR | S_IWUSR));
     if (file.get() < 0 && errno == ELOOP) {
         throw std::runtime_error("it is a symbolic link");
+    }
+    if (file.get() < 0 && errno == ENXIO) {
+        throw std::runtime_error("nothing reads from this pipe");
     }
     struct stat status {};
     if (file.get() < 0 || ::fstat(file.get(), &status) != 0) {
@@ -78,6 +93,10 @@ std::FILE *openPrivateFile(const std::string &path) {
     if (!S_ISCHR(status.st_mode) && status.st_uid != ::geteuid()) {
         throw std::runtime_error("it belongs to somebody else");
     }
+    if (S_ISREG(status.st_mode) && status.st_nlink > 1) {
+        throw std::runtime_error("the file has another name as well");
+    }
+    ::fcntl(file.get(), F_SETFL, 0);
     // A file that was there keeps its rights; a pipe or a terminal has none to take away.
     if (S_ISREG(status.st_mode)) {
         ::fchmod(file.get(), S_IRUSR | S_IWUSR);

@@ -21,6 +21,8 @@ bool isTerminal(Stream stream) {
     return _isatty(_fileno(stderr)) != 0;
 }
 
+void occupyStandardStreams() {}
+
 std::size_t errorColumns() {
     return 80;
 }

@@ -9,6 +9,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include <fcntl.h>
 #include <poll.h>
 #include <pthread.h>
 #include <sys/eventfd.h>
@@ -270,18 +271,29 @@ void run(const Settings &settings) {
     }
 }
 
-// What is wrong with a time scale; empty when nothing is.
+// Why a time scale is refused; empty when it is not.
 std::string time_scale_complaint(const std::string &text) {
     constexpr double least = 0.001;
     constexpr double greatest = 1000000;
     double scale = 0;
     const char *end = text.data() + text.size();
     const auto [stop, error] = std::from_chars(text.data(), end, scale);
-    // What is no number at all is neither less than the least nor greater than the greatest.
+    // NaN passes any comparison with a range.
     const bool number = error == std::errc() && stop == end && std::isfinite(scale);
     return number && scale >= least && scale <= greatest
                ? std::string()
                : "'" + text + "' is no number of 0.001 to 1000000";
+}
+
+// A standard stream that is closed must not become the port, or what wakes the device.
+void occupy_standard_streams() {
+    int fd = 0;
+    do {
+        fd = ::open("/dev/null", O_RDONLY | O_CLOEXEC);
+    } while (fd >= 0 && fd <= STDERR_FILENO);
+    if (fd >= 0) {
+        ::close(fd);
+    }
 }
 
 int start(int argc, char **argv) {
@@ -340,6 +352,7 @@ int start(int argc, char **argv) {
 
 int main(int argc, char **argv) {
     try {
+        occupy_standard_streams();
         return start(argc, argv);
     } catch (...) {
         return 1;

@@ -38,6 +38,30 @@ TEST(Loss, OfTheOutputIsAFailure) {
     }
 }
 
+TEST(Loss, OfAClosedOutputIsAFailure) {
+    const Folder folder;
+    for (const std::string closed : {">&-", "<&- >&-"}) {
+        const Outcome outcome = folder.shell("pinpad --simulate display A " + closed);
+        EXPECT_EQ(outcome.exit, 3) << closed;
+        EXPECT_EQ(outcome.err, "Standard output cannot be written (Bad file descriptor): results "
+                               "are missing.\n")
+            << closed;
+    }
+}
+
+// What the tool tells must not go into whatever it opens next.
+TEST(Loss, OfEveryStreamLeavesTheLineAlone) {
+    const Folder folder;
+    sim::Simulator device;
+    for (const std::string command : {"image LOGO", "image LOGO --trace", "display A"}) {
+        const Outcome outcome =
+            folder.shell("pinpad --port " + device.port() + " " + command + " <&- >&- 2>&-");
+        EXPECT_EQ(outcome.exit, command == "display A" ? 3 : 1);
+    }
+    EXPECT_THAT(commandsOf(device), testing::ElementsAre("OPN", "DSI", "CLO", "OPN", "DSI", "CLO",
+                                                         "OPN", "DEX", "CLO"));
+}
+
 TEST(Loss, OfAProblemIsToldBesideIt) {
     const Folder folder;
     const Outcome outcome = folder.shell("pinpad --simulate --json image LOGO >/dev/full");

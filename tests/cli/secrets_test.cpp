@@ -206,7 +206,11 @@ TEST(SecretsOfTheTool, KeysInTheWrongPlaceAreNotRepeated) {
           Arguments{"mifare", "value", "4", "get", marked},
           Arguments{"mifare", "auth", "4", "--key", "C:9F8E7D6C5B4A"},
           Arguments{"mifare", "keys", "4", "--key-a", "9F8E7D6C5B4AF", "--key-b", CARD_KEY},
-          Arguments{"mifare", "auth", "4", "A:9F8E7D6C5B"}}) {
+          Arguments{"mifare", "auth", "4", "A:9F8E7D6C5B"},
+          Arguments{"mifare", "auth", "4", "A:OOZ9F8E7D6C5"},
+          Arguments{"mifare", "auth", "4", "B:9F8E7DGC5B4A"},
+          Arguments{"mifare", "auth", "4", "9F8E7D6C5BA"},
+          Arguments{"mifare", "auth", "4", "O9F8E7D6C5BA"}}) {
         Arguments alone = arguments;
         alone.emplace_back("--simulate");
         std::string line;
@@ -245,9 +249,40 @@ TEST(SecretsOfTheTool, ATraceFollowsNoLink) {
     EXPECT_FALSE(std::filesystem::exists(folder.path() + "/missing"));
 }
 
+TEST(SecretsOfTheTool, ATraceIsNotWrittenIntoAFileOfTwoNames) {
+    const tool::Folder folder;
+    folder.write("precious", "precious");
+    std::filesystem::create_hard_link(folder.path() + "/precious", folder.path() + "/second");
+    const Outcome outcome = run({"--simulate", "open", "--trace=" + folder.path() + "/second"});
+    EXPECT_EQ(outcome.exit, 2);
+    EXPECT_EQ(outcome.err, "Cannot write the trace to " + folder.path() +
+                               "/second: the file has another name as well.\n");
+    EXPECT_EQ(tool::readFile(folder.path() + "/precious"), "precious");
+}
+
+TEST(SecretsOfTheTool, ATraceWaitsForNoReaderOfAPipe) {
+    const tool::Folder folder;
+    const std::string pipe = folder.path() + "/pipe";
+    ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
+    const Outcome outcome = run({"--simulate", "open", "--trace=" + pipe});
+    EXPECT_EQ(outcome.exit, 2);
+    EXPECT_EQ(outcome.err,
+              "Cannot write the trace to " + pipe + ": nothing reads from this pipe.\n");
+}
+
+TEST(SecretsOfTheTool, ATraceGoesIntoAPipeOfOnesOwn) {
+    const tool::Folder folder;
+    const Outcome outcome =
+        folder.shell("mkfifo pipe && { cat pipe >copy & exec 3>pipe; "
+                     "pinpad --simulate open --trace-plain --trace=pipe; exec 3>&-; wait; }");
+    EXPECT_EQ(outcome.exit, 0) << outcome.err;
+    EXPECT_THAT(tool::readFile(folder.path() + "/copy"), testing::StartsWith("-> CAN"));
+}
+
 TEST(SecretsOfTheTool, ATraceIsNotWrittenIntoTheFileOfSomebodyElse) {
     if (::geteuid() != 0) {
-        GTEST_SKIP() << "only root can give files away";
+        GTEST_SKIP()
+            << "\nNot run: a trace into the file of somebody else: only root can give files away";
     }
     const tool::Folder folder;
     const std::string file = folder.path() + "/file";
