@@ -71,7 +71,7 @@ private:
     std::string m_path;
 };
 
-/// A folder that is gone, with what is in it, when this is.
+/// A temporary folder, removed with what is in it.
 class Folder {
 public:
     Folder();
