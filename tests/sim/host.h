@@ -50,17 +50,17 @@ public:
     void write(const Bytes &bytes);
     void write_byte(std::uint8_t byte) { write({byte}); }
     // Empty-handed when nothing comes in time or the line has hung up.
-    std::optional<std::uint8_t> read_byte(milliseconds timeout = milliseconds(3000));
+    std::optional<std::uint8_t> read_byte(milliseconds timeout = milliseconds(30000));
     // All that comes until nothing comes for a while.
     Bytes read_all(milliseconds silence = milliseconds(60));
     // Whether something lies unread, or comes in time.
-    bool has_input(milliseconds timeout = milliseconds(3000));
+    bool has_input(milliseconds timeout = milliseconds(30000));
     // Whether the line has hung up, or does so in time.
-    bool hung_up(milliseconds timeout = milliseconds(3000));
+    bool hung_up(milliseconds timeout = milliseconds(30000));
 
     // Sends a frame; returns the byte that answers it.
     std::optional<std::uint8_t> send(const std::string &body, bool encrypted = false);
-    Frame read_frame(milliseconds timeout = milliseconds(3000));
+    Frame read_frame(milliseconds timeout = milliseconds(30000));
 
     // Sends a command, expects ACK, returns the body of the answer; what goes wrong is returned as
     // a text in angle brackets.

@@ -110,7 +110,7 @@ public:
 
     // The exit status; -1 when the program does not end by itself.
     int wait() {
-        for (int i = 0; i < 500; ++i) {
+        for (int i = 0; i < 6000; ++i) {
             int status = 0;
             if (::waitpid(child_, &status, WNOHANG) == child_) {
                 child_ = 0;
@@ -124,7 +124,7 @@ public:
 private:
     static bool readable(int fd) {
         pollfd watched{fd, POLLIN, 0};
-        return ::poll(&watched, 1, 3000) == 1;
+        return ::poll(&watched, 1, 30000) == 1;
     }
 
     static std::string read_to_end(int fd) {

@@ -11,7 +11,7 @@
 
 namespace {
 
-constexpr int patience_milliseconds = 5000;
+constexpr int patience_milliseconds = 60000;
 constexpr unsigned char text_frame = 0x81;
 constexpr unsigned char close_frame = 0x88;
 constexpr std::size_t short_length = 126;

@@ -5,7 +5,7 @@ import { tmpdir } from 'node:os';
 import { join } from 'node:path';
 import { chromium } from 'playwright-core';
 
-const patience = 15000;
+const patience = 60000;
 
 export function until(what, condition, time = patience) {
   const end = Date.now() + time;
