@@ -98,7 +98,7 @@ TEST_F(Abort, DoesNotTryAgainAfterSilence) {
 TEST_F(Abort, WaitsTwoSecondsForTheAnswer) {
     pcl_serial_set_time_divisor(1);
     m_peer.play([](Peer &line) { line.expect(CAN); });
-    const Milliseconds waited = timeOf([&] {
+    const Elapsed waited = timeOf([&] {
         EXPECT_FAILURE(abecs_link_abort(pinpad()), PCL_RESULT_TIMEOUT_ERROR,
                        "Timeout waiting for data");
     });
@@ -109,7 +109,7 @@ TEST_F(Abort, WaitsTwoSecondsForTheAnswer) {
 
 TEST_F(Abort, WaitsTwoSecondsAgainAfterDraining) {
     pcl_serial_set_time_divisor(1);
-    Milliseconds between{};
+    Elapsed between{};
     m_peer.play([&](Peer &line) {
         line.expect(CAN);
         line.write(NAK);
@@ -144,7 +144,7 @@ TEST_F(Abort, FailsAtOnceWhenTheLineHangsUp) {
         line.expect(CAN);
         line.hangUp();
     });
-    const Milliseconds waited = timeOf([&] {
+    const Elapsed waited = timeOf([&] {
         EXPECT_FAILURE(abecs_link_abort(pinpad()), PCL_RESULT_IO_ERROR, "ReadFile() error: 5");
     });
     EXPECT_LT(waited, 1000ms);

@@ -10,7 +10,7 @@ class Drain : public Link {};
 
 TEST_F(Drain, EndsWithHalfASecondOfSilence) {
     pcl_serial_set_time_divisor(1);
-    const Milliseconds taken =
+    const Elapsed taken =
         timeOf([&] { EXPECT_NO_FAILURE(abecs_link_drain_input(pinpad()->port)); });
     EXPECT_GE(taken, 500ms);
     EXPECT_LT(taken, 900ms);
@@ -25,7 +25,7 @@ TEST_F(Drain, GoesOnWhileBytesCome) {
         }
         line.write(bytes("!"));
     });
-    const Milliseconds taken =
+    const Elapsed taken =
         timeOf([&] { EXPECT_NO_FAILURE(abecs_link_drain_input(pinpad()->port)); });
     m_peer.finish();
     EXPECT_GE(taken, 1490ms);
@@ -46,7 +46,7 @@ TEST_F(Drain, TakesControlBytesForNoise) {
 TEST_F(Drain, LeavesTheReadTimeoutAtHalfASecond) {
     EXPECT_NO_FAILURE(abecs_link_drain_input(pinpad()->port));
     pcl_serial_set_time_divisor(1);
-    const Milliseconds waited = timeOf([&] {
+    const Elapsed waited = timeOf([&] {
         EXPECT_FAILURE(pcl_serial_read_byte(pinpad()->port), PCL_RESULT_TIMEOUT_ERROR,
                        "Timeout waiting for data");
     });

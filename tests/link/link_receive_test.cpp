@@ -33,7 +33,7 @@ protected:
         m_peer.finish();
     }
 
-    Milliseconds timeOfSilence() {
+    Elapsed timeOfSilence() {
         return timeOf([&] { expectFails(PCL_RESULT_TIMEOUT_ERROR, "Timeout waiting for data"); });
     }
 };
@@ -211,7 +211,7 @@ TEST_F(LinkReceive, WritesNothingWhenNoResponseComes) {
 
 TEST_F(LinkReceive, WaitsTenSecondsForTheFirstByte) {
     pcl_serial_set_time_divisor(1);
-    const Milliseconds waited = timeOfSilence();
+    const Elapsed waited = timeOfSilence();
     EXPECT_GE(waited, 10000ms);
     EXPECT_LT(waited, 10500ms);
 }
@@ -219,7 +219,7 @@ TEST_F(LinkReceive, WaitsTenSecondsForTheFirstByte) {
 TEST_F(LinkReceive, WaitsTwoSecondsForTheFirstByteWhileACommandIsPending) {
     pcl_serial_set_time_divisor(1);
     abecs_pinpad_set_pending(pinpad(), "GCD");
-    const Milliseconds waited = timeOfSilence();
+    const Elapsed waited = timeOfSilence();
     EXPECT_GE(waited, 2000ms);
     EXPECT_LT(waited, 2500ms);
     EXPECT_STREQ("GCD", abecs_pinpad_get_pending(pinpad()).text);
@@ -228,7 +228,7 @@ TEST_F(LinkReceive, WaitsTwoSecondsForTheFirstByteWhileACommandIsPending) {
 // 2 s without the next byte, then 0.5 s of silence, then NAK.
 TEST_F(LinkReceive, WaitsTwoSecondsForEachFurtherByte) {
     pcl_serial_set_time_divisor(1);
-    Milliseconds untilNak{};
+    Elapsed untilNak{};
     m_peer.play([&](Peer &line) {
         line.write(SYN);
         line.pause(1700ms);

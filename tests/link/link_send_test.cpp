@@ -138,7 +138,7 @@ TEST_F(LinkSend, DoesNotRepeatACommandThatIsMetWithSilence) {
 TEST_F(LinkSend, WaitsTwoSecondsForTheAcknowledgement) {
     pcl_serial_set_time_divisor(1);
     m_peer.play([](Peer &line) { line.expect(COMMAND); });
-    const Milliseconds waited = timeOf([&] {
+    const Elapsed waited = timeOf([&] {
         EXPECT_FAILURE(send("DEX003000"), PCL_RESULT_TIMEOUT_ERROR, "Timeout waiting for data");
     });
     EXPECT_GE(waited, 2000ms);
@@ -175,7 +175,7 @@ TEST_F(LinkSend, FailsAtOnceWhenTheLineHangsUp) {
         line.expect(COMMAND);
         line.hangUp();
     });
-    const Milliseconds waited = timeOf(
+    const Elapsed waited = timeOf(
         [&] { EXPECT_FAILURE(send("DEX003000"), PCL_RESULT_IO_ERROR, "ReadFile() error: 5"); });
     EXPECT_LT(waited, 1000ms);
     m_peer.finish();
@@ -201,12 +201,12 @@ TEST_F(LinkSend, TakesTheTimeOfTheAcknowledgement) {
 
 class Pacing : public Link {
 protected:
-    Milliseconds timeOfSend() {
+    Elapsed timeOfSend() {
         m_peer.play([](Peer &line) {
             line.expect(COMMAND);
             line.write(ACK);
         });
-        const Milliseconds taken = timeOf([&] { EXPECT_NO_FAILURE(send("DEX003000")); });
+        const Elapsed taken = timeOf([&] { EXPECT_NO_FAILURE(send("DEX003000")); });
         m_peer.finish();
         return taken;
     }
@@ -224,7 +224,7 @@ TEST_F(Pacing, SleepsWhatIsLeftOfTheInterval) {
         line.write(ACK);
     });
     const std::uint64_t acknowledged = pinpad()->lastCommandTime;
-    const Milliseconds taken = timeOf([&] { EXPECT_NO_FAILURE(send("DEX003000")); });
+    const Elapsed taken = timeOf([&] { EXPECT_NO_FAILURE(send("DEX003000")); });
     m_peer.finish();
     EXPECT_GE(pinpad()->lastCommandTime, acknowledged + 500);
     EXPECT_LT(taken, 480ms);
@@ -257,7 +257,7 @@ TEST_F(Pacing, ComesBeforeTheCheckForAPendingCommand) {
     abecs_pinpad_set_min_interval(pinpad(), 200);
     abecs_pinpad_mark_command_time(pinpad());
     abecs_pinpad_set_pending(pinpad(), "GCD");
-    const Milliseconds taken = timeOf([&] {
+    const Elapsed taken = timeOf([&] {
         EXPECT_FAILURE(send("DEX003000"), PCL_RESULT_ILLEGAL_STATE,
                        "Connection is blocked waiting for GCD response");
     });

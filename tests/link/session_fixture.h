@@ -7,6 +7,7 @@
 #include "serial/time_divisor.h"
 #include "tests/support/failures.h"
 #include "tests/support/peer.h"
+#include "tests/support/stopwatch.h"
 
 #include <gtest/gtest.h>
 
@@ -39,15 +40,6 @@ inline const Bytes ETB = {0x17};
 // "DEX003000" and its answer "DEX000".
 inline const Bytes COMMAND = SYN + bytes("DEX003000") + ETB + Bytes{0x38, 0xB6};
 inline const Bytes ANSWER = SYN + bytes("DEX000") + ETB + Bytes{0xAC, 0x2B};
-
-using Milliseconds = std::chrono::duration<double, std::milli>;
-
-template <typename Body>
-Milliseconds timeOf(Body body) {
-    const auto start = std::chrono::steady_clock::now();
-    body();
-    return std::chrono::steady_clock::now() - start;
-}
 
 /// How many files this process has open.
 inline std::ptrdiff_t openFiles() {

@@ -222,7 +222,7 @@ TEST_F(SessionLife, FreesThePortWhenNobodyAnswers) {
         line.expect(CAN);
         line.expectSilence(100ms);
     });
-    const Milliseconds taken = timeOf(
+    const Elapsed taken = timeOf(
         [&] { EXPECT_FAILURE(create(), PCL_RESULT_TIMEOUT_ERROR, "Timeout waiting for data"); });
     EXPECT_GE(taken, 2500ms);
     EXPECT_LT(taken, 3200ms);

@@ -58,7 +58,7 @@ const std::set<std::string> &documented() {
 }
 
 // Three attempts of the longest wait and a drain each, and what a busy machine adds.
-constexpr Milliseconds BOUND = 3 * (PAST_RESPONSE + 500ms / TIME_DIVISOR) + 1000ms;
+constexpr std::chrono::milliseconds BOUND = 3 * (PAST_RESPONSE + 500ms / TIME_DIVISOR) + 1000ms;
 
 class AbortDuring : public Link, public testing::WithParamInterface<std::size_t> {};
 
@@ -79,7 +79,7 @@ TEST_P(AbortDuring, EachKindOfWait) {
     });
     PclException waited;
     PclException aborted;
-    const Milliseconds taken = timeOf([&] {
+    const Elapsed taken = timeOf([&] {
         std::thread second([&] {
             pcl_sleep_millis(15);
             aborted = pcl_attempt([&] { abecs_link_abort(pinpad()); });

@@ -81,7 +81,7 @@ TEST_F(HostileDevice, AFloodIsDrainedInConstantMemoryAndEndsWithIt) {
         EXPECT_FALSE(over);
         EXPECT_LE(heap(), before + 4096);
         flood.stop();
-        const Milliseconds rest = timeOf([&] {
+        const Elapsed rest = timeOf([&] {
             while (!over) {
                 pcl_sleep_millis(1);
             }

@@ -101,8 +101,8 @@ TEST(SerialOpen, WaitsOneSecondUntilATimeoutIsSet) {
     const Stopwatch watch;
     EXPECT_FAILURE(pcl_serial_read_byte(port.get()), PCL_RESULT_TIMEOUT_ERROR,
                    "Timeout waiting for data");
-    EXPECT_GE(watch.millis(), 1000);
-    EXPECT_LT(watch.millis(), 1300);
+    EXPECT_GE(watch.elapsed(), std::chrono::milliseconds(1000));
+    EXPECT_LT(watch.elapsed(), std::chrono::milliseconds(1300));
 }
 
 TEST(SerialOpen, RefusesANullName) {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "tests/support/stopwatch.h"
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -89,24 +91,12 @@ private:
     std::string m_name;
 };
 
-/// Milliseconds since it was made.
-class Stopwatch {
-public:
-    double millis() const {
-        return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - m_start)
-            .count();
-    }
-
-private:
-    std::chrono::steady_clock::time_point m_start = std::chrono::steady_clock::now();
-};
-
-/// Waits up to five seconds for the condition to hold.
+/// Waits up to a minute for the condition to hold.
 template <typename Condition>
 bool eventually(Condition condition) {
-    const Stopwatch watch;
+    const auto end = std::chrono::steady_clock::now() + std::chrono::minutes(1);
     while (!condition()) {
-        if (watch.millis() > 5000) {
+        if (std::chrono::steady_clock::now() > end) {
             return false;
         }
         usleep(1000);

@@ -40,15 +40,15 @@ TEST_F(SerialRead, ReturnsAsSoonAsTheCountHasArrived) {
     const Stopwatch watch;
     EXPECT_EQ(read(4), "abcd");
     EXPECT_EQ(read(2), "ef");
-    EXPECT_LT(watch.millis(), 2000);
+    EXPECT_LT(watch.elapsed(), std::chrono::milliseconds(2000));
 }
 
 TEST_F(SerialRead, OneByteOnASilentLineTakesTwoSeconds) {
     pcl_serial_set_timeout(m_port.get(), 20);
     const Stopwatch watch;
     EXPECT_FAILURE(pcl_serial_read_byte(m_port.get()), PCL_RESULT_TIMEOUT_ERROR, TIMEOUT);
-    EXPECT_GE(watch.millis(), 2000);
-    EXPECT_LT(watch.millis(), 2200);
+    EXPECT_GE(watch.elapsed(), std::chrono::milliseconds(2000));
+    EXPECT_LT(watch.elapsed(), std::chrono::milliseconds(2200));
 }
 
 TEST_F(SerialRead, ReturnsWhatCameInTime) {
@@ -56,8 +56,8 @@ TEST_F(SerialRead, ReturnsWhatCameInTime) {
     m_pty.send("ab");
     const Stopwatch watch;
     EXPECT_EQ(read(3), "ab");
-    EXPECT_GE(watch.millis(), 500);
-    EXPECT_LT(watch.millis(), 750);
+    EXPECT_GE(watch.elapsed(), std::chrono::milliseconds(500));
+    EXPECT_LT(watch.elapsed(), std::chrono::milliseconds(750));
 }
 
 TEST_F(SerialRead, ReturnsNothingFromASilentLine) {
@@ -76,11 +76,11 @@ TEST_F(SerialRead, ATrickleDoesNotProlongTheWait) {
     });
     const Stopwatch watch;
     const std::size_t count = read(1000).size();
-    const double taken = watch.millis();
+    const Elapsed taken = watch.elapsed();
     stop = true;
     device.join();
-    EXPECT_GE(taken, 1000);
-    EXPECT_LT(taken, 1250);
+    EXPECT_GE(taken, std::chrono::seconds(1));
+    EXPECT_LT(taken, std::chrono::milliseconds(1250));
     EXPECT_GE(count, 5U);
     EXPECT_LE(count, 12U);
 }
@@ -93,7 +93,7 @@ TEST_F(SerialRead, TimeoutZeroTakesWhatIsThere) {
     ASSERT_TRUE(hasArrived(3));
     EXPECT_EQ(read(4), "abc");
     EXPECT_FAILURE(pcl_serial_read_byte(m_port.get()), PCL_RESULT_TIMEOUT_ERROR, TIMEOUT);
-    EXPECT_LT(watch.millis(), 500);
+    EXPECT_LT(watch.elapsed(), std::chrono::milliseconds(500));
 }
 
 TEST_F(SerialRead, NothingOfNothing) {
@@ -239,7 +239,7 @@ TEST_F(SerialRead, ANewTimeoutCountsFromTheNextReadOn) {
     });
     const Stopwatch watch;
     EXPECT_EQ(read(1), "");
-    EXPECT_LT(watch.millis(), 900);
+    EXPECT_LT(watch.elapsed(), std::chrono::milliseconds(900));
     other.join();
     EXPECT_EQ(m_port->timeout.load(), 100);
 }
@@ -256,8 +256,8 @@ TEST_F(SerialTimeDivisor, DividesTheWaits) {
     pcl_serial_set_timeout(m_port.get(), 100);
     const Stopwatch watch;
     EXPECT_EQ(read(1), "");
-    EXPECT_GE(watch.millis(), 500);
-    EXPECT_LT(watch.millis(), 750);
+    EXPECT_GE(watch.elapsed(), std::chrono::milliseconds(500));
+    EXPECT_LT(watch.elapsed(), std::chrono::milliseconds(750));
 }
 
 TEST_F(SerialTimeDivisor, IsNeverZero) {
@@ -294,8 +294,8 @@ TEST_F(SerialRead, SignalsChangeNoWait) {
     const AlarmStorm storm;
     const Stopwatch watch;
     EXPECT_EQ(read(1), "");
-    EXPECT_GE(watch.millis(), 2000);
-    EXPECT_LE(watch.millis(), 2100);
+    EXPECT_GE(watch.elapsed(), std::chrono::milliseconds(2000));
+    EXPECT_LT(watch.elapsed(), std::chrono::milliseconds(2100));
 }
 
 TEST_F(SerialRead, SignalsCutNoTransfer) {
@@ -322,8 +322,8 @@ TEST_F(SerialRead, AHangUpEndsTheWait) {
     const Stopwatch watch;
     EXPECT_FAILURE(pcl_serial_read_byte(m_port.get()), PCL_RESULT_IO_ERROR,
                    "ReadFile() error: " + std::to_string(EIO));
-    EXPECT_GE(watch.millis(), 250);
-    EXPECT_LT(watch.millis(), 2000);
+    EXPECT_GE(watch.elapsed(), std::chrono::milliseconds(250));
+    EXPECT_LT(watch.elapsed(), std::chrono::milliseconds(2000));
     device.join();
 }
 

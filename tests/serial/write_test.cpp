@@ -125,7 +125,7 @@ TEST_F(SerialWrite, AHangUpEndsTheWaitForRoom) {
     const Stopwatch watch;
     EXPECT_FAILURE(pcl_serial_write(m_port.get(), all.data(), all.size()), PCL_RESULT_IO_ERROR,
                    "WriteFile() error: " + std::to_string(EIO));
-    EXPECT_LT(watch.millis(), 3000);
+    EXPECT_LT(watch.elapsed(), std::chrono::milliseconds(3000));
     device.join();
 }
 
