@@ -52,17 +52,18 @@ public:
         }
     }
 
-    /// What arrives, up to so many bytes; fewer when none comes for five seconds.
+    /// What arrives, up to so many bytes; fewer when none comes for a minute.
     std::string receive(std::size_t count) {
         std::string received;
         while (received.size() < count) {
             pollfd waitedFor{m_master, POLLIN, 0};
-            if (poll(&waitedFor, 1, 5000) != 1) {
-                break;
-            }
+            const int ready = poll(&waitedFor, 1, 60'000);
             char chunk[4096];
             const std::size_t wanted = std::min(sizeof chunk, count - received.size());
-            const ssize_t got = read(m_master, chunk, wanted);
+            const ssize_t got = ready > 0 ? read(m_master, chunk, wanted) : ready;
+            if (got < 0 && errno == EINTR) {
+                continue;
+            }
             if (got <= 0) {
                 break;
             }

@@ -15,7 +15,7 @@ namespace peer {
 
 namespace {
 
-constexpr std::chrono::seconds PATIENCE{15};
+constexpr std::chrono::seconds PATIENCE{60};
 
 [[noreturn]] void fail(const char *what) {
     throw std::system_error(errno, std::generic_category(), what);
