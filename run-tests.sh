@@ -53,7 +53,7 @@ run_tests() { # preset, more arguments of ctest
     shift
     ctest --test-dir "build/$preset" --parallel "$parallel_tests" --output-on-failure \
         --no-tests=error "$@" >"build/$preset/ctest.log" 2>&1 || {
-        grep -v ' Passed ' "build/$preset/ctest.log" | tail -n 400
+        grep -vE ' Passed |^ +Start ' "build/$preset/ctest.log" | tail -n 400
         echo "The tests of build/$preset failed." >&2
         exit 1
     }

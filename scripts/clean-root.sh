@@ -30,6 +30,7 @@ quietly() {
 
 make_clean_root() {
     root=$(mktemp -d)
+    chmod 755 "$root"
     clean_root_log=$(mktemp)
     trap remove_clean_root EXIT
     trap 'exit 1' HUP INT TERM
