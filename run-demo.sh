@@ -23,7 +23,7 @@ esac
 
 scripts/install-dependencies.sh build
 echo '== Building (build/release)'
-cmake --preset release -DPINPAD_BUILD_TESTS=OFF >/dev/null
+cmake --preset release -DPINPAD_BUILD_TESTS=OFF -DPINPAD_UNITY=ON >/dev/null
 cmake --build --preset release --target pinpad pinpad-sim pinpad_cli demo
 
 work=$(mktemp -d)

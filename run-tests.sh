@@ -44,8 +44,13 @@ step() {
 build() { # preset, more arguments of the build
     preset=$1
     shift
-    cmake --preset "$preset" -DPINPAD_BUILD_TESTS=ON >/dev/null
+    cmake --preset "$preset" -DPINPAD_BUILD_TESTS=ON -DPINPAD_UNITY=ON >/dev/null
     cmake --build --preset "$preset" -j "$jobs" "$@"
+}
+
+# Tells clang-tidy and others how each file is compiled, by itself, and makes what they include.
+describe() {
+    cmake --preset release -B build/lint -DPINPAD_BUILD_TESTS=ON -DPINPAD_UNITY=OFF >/dev/null
 }
 
 run_tests() { # preset, more arguments of ctest
@@ -185,22 +190,20 @@ if [ "$mode" = full ] || [ "$mode" = lint ]; then
 fi
 
 if [ "$mode" = lint ]; then
-    step 'Release build (g++)'
-    build release
     step 'clang-tidy'
+    describe
     # shellcheck disable=SC2086 # a list of folders
-    scripts/run-clang-tidy.sh build/release $library sim cli tests bench fuzz
+    scripts/run-clang-tidy.sh build/lint $library sim cli tests bench fuzz
     exit 0
 fi
 
 if [ "$mode" = analyse ]; then
-    step 'Release build (g++)'
-    build release
     step 'clang-tidy'
+    describe
     # shellcheck disable=SC2086 # a list of folders
-    scripts/run-clang-tidy.sh build/release $library
+    scripts/run-clang-tidy.sh build/lint $library
     step 'cppcheck and g++ -fanalyzer'
-    scripts/analyse.sh build/release
+    scripts/analyse.sh build/lint
     step 'All done'
     exit 0
 fi
@@ -225,8 +228,9 @@ if [ "$mode" = full ]; then
     step 'Tests of threads under the thread sanitizer'
     run_tests tsan --label-regex threads
     step 'clang-tidy'
+    describe
     # shellcheck disable=SC2086 # a list of folders
-    scripts/run-clang-tidy.sh --quick build/release $library
+    scripts/run-clang-tidy.sh --quick build/lint $library
 fi
 
 if [ -s "$not_run" ]; then

@@ -226,6 +226,13 @@ std::string withoutKeys(std::string_view text) {
     return result;
 }
 
+std::string upperCase(std::string text) {
+    std::transform(text.begin(), text.end(), text.begin(), [](char c) {
+        return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c;
+    });
+    return text;
+}
+
 std::string asUtf8(std::string_view text) {
     return escapedUnless([](char32_t) { return true; }, text);
 }

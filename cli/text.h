@@ -33,6 +33,9 @@ std::string fromDeviceVisibly(std::string_view bytes);
 /// consists of nine hexadecimal digits or more and little else.
 std::string withoutKeys(std::string_view text);
 
+/// The text with its ASCII letters in upper case.
+std::string upperCase(std::string text);
+
 /// What may be anything as UTF-8: bytes that are none as \xNN.
 std::string asUtf8(std::string_view text);
 

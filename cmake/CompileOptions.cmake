@@ -40,9 +40,3 @@ if(PINPAD_COVERAGE)
     target_compile_options(pinpad_options INTERFACE --coverage -fprofile-update=atomic -O0)
     target_link_options(pinpad_options INTERFACE --coverage)
 endif()
-
-# Headers of others that take longer than what includes them are precompiled. clang-tidy, the packages
-# and the builds for Windows do without, and show where an include is missing.
-if(WIN32)
-    set(CMAKE_DISABLE_PRECOMPILE_HEADERS ON)
-endif()

@@ -14,7 +14,7 @@ namespace {
 
 constexpr unsigned DIGITS_MAX = 32;
 constexpr unsigned PROMPT_MAX = 65535;
-constexpr unsigned WAIT_MAX = 255;
+constexpr unsigned CAPTURE_WAIT_MAX = 255;
 
 // Holds the longest text that a PIN pad can send.
 struct TypedText {
@@ -43,7 +43,7 @@ void CaptureCommand::declareArguments(CLI::App &app) {
         ->capture_default_str();
     app.add_option("--wait", m_wait,
                    "Seconds after which the PIN pad gives up, 0 for its own choice")
-        ->check(upTo(WAIT_MAX))
+        ->check(upTo(CAPTURE_WAIT_MAX))
         ->type_name("SECONDS")
         ->capture_default_str();
 }

@@ -30,12 +30,6 @@ std::string nameFor(const std::string &file) {
     }
 }
 
-void upperCase(std::string &name) {
-    std::transform(name.begin(), name.end(), name.begin(), [](char c) {
-        return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c;
-    });
-}
-
 // Passes through the library on Ctrl-C, which ends the load between two records.
 void onProgress(void *context, std::uint64_t sent, std::uint64_t total) {
     static_cast<Progress *>(context)->advance(sent, total);
@@ -82,8 +76,7 @@ void MediaLoadCommand::prepare() {
         std::transform(m_files.begin(), m_files.end(), std::back_inserter(m_names), nameFor);
     }
     for (std::string &name : m_names) {
-        name = mediaName(name, MediaNameCharacters::Ascii);
-        upperCase(name);
+        name = upperCase(mediaName(name, MediaNameCharacters::Ascii));
     }
 }
 

@@ -3,7 +3,6 @@
 #include "cli/help_format.h"
 #include "cli/text.h"
 
-#include <algorithm>
 #include <charconv>
 #include <limits>
 
@@ -20,13 +19,6 @@ constexpr std::size_t DIGITS_A_LINE = 32;
 
 bool isHex(const std::string &text) {
     return text.find_first_not_of("0123456789ABCDEFabcdef") == std::string::npos;
-}
-
-std::string upperCase(std::string text) {
-    std::transform(text.begin(), text.end(), text.begin(), [](char c) {
-        return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c;
-    });
-    return text;
 }
 
 // These texts do not repeat what was typed, which is nearly a key.

@@ -13,7 +13,7 @@ namespace {
 
 constexpr std::size_t LINE_MAX_LENGTH = 20;
 constexpr unsigned LINE_TYPE_MAX = 2;
-constexpr unsigned WAIT_MAX = 999;
+constexpr unsigned QR_WAIT_MAX = 999;
 // What stands in the command before the two texts.
 constexpr std::size_t COMMAND_HEAD = 14;
 constexpr std::size_t TEXTS_MAX = ABECS_PACKET_CAPACITY - COMMAND_HEAD;
@@ -30,7 +30,7 @@ void QrCommand::declareArguments(CLI::App &app) {
         ->capture_default_str();
     app.add_option("--wait", m_wait,
                    "Seconds after which the PIN pad gives up, 0 for its own choice")
-        ->check(upTo(WAIT_MAX))
+        ->check(upTo(QR_WAIT_MAX))
         ->type_name("SECONDS")
         ->capture_default_str();
 }

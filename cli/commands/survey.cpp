@@ -14,7 +14,7 @@ namespace cli {
 
 namespace {
 
-constexpr unsigned WAIT_MAX = 999;
+constexpr unsigned SURVEY_WAIT_MAX = 999;
 constexpr unsigned AREA_TYPE_MAX = 2;
 constexpr std::size_t AREA_MAX = 999;
 constexpr std::size_t CODE_DIGITS = 4;
@@ -47,7 +47,7 @@ std::string threeDigits(unsigned number) {
 void AnySurveyCommand::declareArguments(CLI::App &app) {
     app.add_option("--wait", m_wait,
                    "Seconds after which the PIN pad gives up, 0 for its own choice")
-        ->check(upTo(WAIT_MAX))
+        ->check(upTo(SURVEY_WAIT_MAX))
         ->type_name("SECONDS")
         ->capture_default_str();
     addSeconds(app, "--stop-after", m_stopAfter,
@@ -111,7 +111,7 @@ void CxSurveyCommand::declareArguments(CLI::App &app) {
     addNumber(app, "--score-type", m_scoreType, SCORE_TYPE_MAX, "Type of the score, 0 to 5");
     app.add_option("--idle-wait", m_idleWait,
                    "Seconds without a key after which the PIN pad gives up, 0 for its own choice")
-        ->check(upTo(WAIT_MAX))
+        ->check(upTo(SURVEY_WAIT_MAX))
         ->type_name("SECONDS")
         ->capture_default_str();
     AnySurveyCommand::declareArguments(app);

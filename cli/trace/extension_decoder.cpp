@@ -11,7 +11,7 @@ namespace cli {
 
 namespace {
 
-constexpr std::size_t ID_SIZE = 4;
+constexpr std::size_t EXTENSION_ID_SIZE = 4;
 constexpr std::size_t STATUS_SIZE = 2;
 constexpr std::string_view ERROR_ID = "ERR ";
 constexpr std::size_t ERROR_MAX = 3;
@@ -71,7 +71,7 @@ DecodedBody decodeError(BodyReader &reader) {
 
 DecodedBody decodeExtensionRequest(std::string_view body) {
     BodyReader reader(body);
-    const auto id = reader.take(ID_SIZE);
+    const auto id = reader.take(EXTENSION_ID_SIZE);
     if (!id) {
         return reader.finish("command without an identifier");
     }
@@ -92,7 +92,7 @@ DecodedBody decodeExtensionRequest(std::string_view body) {
 
 DecodedBody decodeExtensionAnswer(std::string_view body) {
     BodyReader reader(body);
-    const auto id = reader.take(ID_SIZE);
+    const auto id = reader.take(EXTENSION_ID_SIZE);
     if (!id) {
         return reader.finish("answer without an identifier");
     }
@@ -101,7 +101,7 @@ DecodedBody decodeExtensionAnswer(std::string_view body) {
     }
     const ExtensionMeaning *command = findExtension(*id);
     if (command == nullptr) {
-        reader.addRow("RSP_ID", "", true, ID_SIZE);
+        reader.addRow("RSP_ID", "", true, EXTENSION_ID_SIZE);
         return reader.finish("unknown answer");
     }
     const std::string shownId(*id);

@@ -1,4 +1,5 @@
 #include "sim/simulator.h"
+#include "tests/cli/commands_of.h"
 #include "tests/cli/tool.h"
 
 #include <gmock/gmock.h>
@@ -14,15 +15,6 @@ using testing::HasSubstr;
 using testing::StartsWith;
 using tool::Folder;
 using tool::Outcome;
-
-// The identifiers of the commands that the device has taken.
-std::vector<std::string> commandsOf(const sim::Simulator &device) {
-    std::vector<std::string> ids;
-    for (const sim::Bytes &body : device.commands()) {
-        ids.emplace_back(body.begin(), body.begin() + 3);
-    }
-    return ids;
-}
 
 constexpr char LOST[] = "Standard output cannot be written (No space left on device): results are "
                         "missing.\n";

@@ -1,4 +1,5 @@
 #include "sim/simulator.h"
+#include "tests/cli/commands_of.h"
 #include "tests/cli/tool.h"
 
 #include <gmock/gmock.h>
@@ -12,15 +13,6 @@ using testing::HasSubstr;
 using tool::Outcome;
 using tool::run;
 using tool::TemporaryFile;
-
-// The identifiers of the commands that the device has taken.
-std::vector<std::string> commandsOf(const sim::Simulator &device) {
-    std::vector<std::string> ids;
-    for (const sim::Bytes &body : device.commands()) {
-        ids.emplace_back(body.begin(), body.begin() + 3);
-    }
-    return ids;
-}
 
 constexpr char SCRIPT[] = "# A morning at the till.\n"
                           "\n"
