@@ -18,7 +18,7 @@ browser. What cannot be run here is listed at the end, with what it takes.
               own; as root
   --lint      formatting, clang-tidy over library, virtual PIN pad and tools, names everywhere
   --analyse   clang-tidy over the library; cppcheck, and the analyser of g++
-  --windows   builds the Windows DLLs with mingw-w64 and drives the 64-bit one under Wine
+  --windows   builds the Windows DLLs with mingw-w64 and drives both under Wine
   --languages builds, and runs the tills of examples/till in every language
   --docs      builds the documentation; a warning is an error
   --fuzz      runs every fuzzer for a minute

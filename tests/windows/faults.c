@@ -1,32 +1,14 @@
 /* A host whose line suffers the faults of faults.scn, one capture after the other.
  * usage: windows_faults PORT */
-#include "pinpad/pinpad.h"
+#include "tests/windows/check.h"
 
 #include <stdio.h>
 #include <string.h>
 
 #include <windows.h>
 
-static int32_t failure_code;
-static char failure_message[256];
-static int mistakes;
-
-static void PINPAD_CALL on_failure(int32_t code, const char *message) {
-    failure_code = code;
-    snprintf(failure_message, sizeof failure_message, "%s", message == NULL ? "" : message);
-}
-
-static void expect(const char *what, int right) {
-    printf("%s: %s\n", what, right ? "as expected" : "NOT AS EXPECTED");
-    if (!right) {
-        printf("  the last failure: %d %s\n", (int)failure_code, failure_message);
-        ++mistakes;
-    }
-}
-
 static void start(void) {
-    failure_code = 0;
-    failure_message[0] = '\0';
+    check_forget_failure();
     abecsGetClearData(1, 5, 11, 30);
 }
 
@@ -42,38 +24,34 @@ int main(int argc, char **argv) {
         fprintf(stderr, "usage: %s PORT\n", argv[0]);
         return 2;
     }
-    pcl_exception_set_uncaught_handler(on_failure);
-    expect("open", PP_Open(argv[1], 0) == PINPAD_OK);
+    check_failures();
+    check_number("open", PINPAD_OK, PP_Open(argv[1], 0));
 
     start();
-    expect("a command refused twice is sent again", failure_code == 0);
-    expect("a damaged answer is asked for again",
-           poll(typed) == PINPAD_OK && strcmp(typed, "12345678") == 0);
+    check_no_failure("a command refused twice is sent again");
+    check_number("a damaged answer is asked for again", PINPAD_OK, poll(typed));
+    check_text("the answer", "12345678", typed);
 
     start();
-    expect("another byte in the place of ACK",
-           failure_code == PINPAD_ERROR_PROTOCOL &&
-               strcmp(failure_message, "[PCL_RESULT_PROTOCOL_ERROR] Protocol error (unknown packet "
-                                       "response: 0x41)") == 0);
+    check_failure(PINPAD_ERROR_PROTOCOL, "[PCL_RESULT_PROTOCOL_ERROR] Protocol error (unknown "
+                                         "packet response: 0x41)");
 
     start();
     const DWORD begin = GetTickCount();
-    const int32_t silent = poll(typed);
+    check_number("no answer yet", PINPAD_NO_ANSWER, poll(typed));
     const DWORD waited = GetTickCount() - begin;
-    expect("no answer yet", silent == PINPAD_NO_ANSWER && failure_code == 0);
+    check_no_failure("silence is no failure");
     printf("  waited %lu ms\n", (unsigned long)waited);
-    expect("after two seconds", waited >= 1900 && waited < 4000);
+    check("after two seconds", waited >= 1900 && waited < 4000);
     PP_Abort();
-    expect("abort", failure_code == 0);
+    check_no_failure("abort");
 
     start();
     const int32_t cut = poll(typed);
-    expect("a cable that is pulled ends the poll", cut == PINPAD_NO_ANSWER || cut == PINPAD_FAILED);
-    expect("with an error of the port, if any",
-           cut == PINPAD_NO_ANSWER || failure_code == PINPAD_ERROR_IO);
-    printf("  %s\n", failure_message);
+    check("a cable that is pulled ends the poll", cut == PINPAD_NO_ANSWER || cut == PINPAD_FAILED);
+    check("with an error of the port, if any",
+          cut == PINPAD_NO_ANSWER || check_failure_code() == PINPAD_ERROR_IO);
+    printf("  %s\n", check_failure_message());
     PP_Close(NULL);
-
-    printf(mistakes == 0 ? "all as expected\n" : "not as expected\n");
-    return mistakes == 0 ? 0 : 1;
+    return check_end();
 }

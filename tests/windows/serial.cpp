@@ -17,9 +17,11 @@ namespace {
 
 using ListPtr = PclOwned<PclList, pcl_list_destroy>;
 
+int cases = 0;
 int mistakes = 0;
 
 void expect(const std::string &what, bool right) {
+    ++cases;
     if (!right) {
         std::cout << what << ": NOT AS EXPECTED" << std::endl;
         ++mistakes;
@@ -165,6 +167,11 @@ int main(int argc, char **argv) {
     checkList(argv[1]);
     expectNone("close", [&] { pcl_serial_close(&port); });
     expect("the port is null", port == nullptr);
-    std::cout << (mistakes == 0 ? "all as expected" : "not as expected") << std::endl;
-    return mistakes == 0 ? 0 : 1;
+    std::cout << cases << " cases, ";
+    if (mistakes != 0) {
+        std::cout << mistakes << " not as expected" << std::endl;
+        return 1;
+    }
+    std::cout << "all as expected" << std::endl;
+    return 0;
 }
