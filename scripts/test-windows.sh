@@ -144,6 +144,8 @@ drive_all() {
     host 'secure session through the DLL' host
     start_device --scenario tests/windows/faults.scn
     host 'faults of the line' faults
+    start_device
+    host 'no random numbers' randomness
     start_device --scenario examples/every_export.scn
     run 'every export' 0 'every function was called' "$programs/windows_every_export.exe" COM33
 

@@ -16,8 +16,8 @@ void check(const char *what, int right);
 void check_number(const char *what, int64_t expected, int64_t actual);
 void check_text(const char *what, const char *expected, const char *actual);
 
-/* Installs the handler that keeps the last failure. */
-void check_failures(void);
+/* The handler to install: it keeps the last failure. */
+void PINPAD_CALL check_on_failure(int32_t code, const char *message);
 void check_forget_failure(void);
 int32_t check_failure_code(void);
 const char *check_failure_message(void);

@@ -24,7 +24,7 @@ int main(int argc, char **argv) {
         fprintf(stderr, "usage: %s PORT\n", argv[0]);
         return 2;
     }
-    check_failures();
+    pcl_exception_set_uncaught_handler(check_on_failure);
     check_number("open", PINPAD_OK, PP_Open(argv[1], 0));
 
     start();
