@@ -146,6 +146,7 @@ drive_all() {
     host 'faults of the line' faults
     start_device
     host 'no random numbers' randomness
+    host 'abort of a waiting poll' abort
     start_device --scenario examples/every_export.scn
     run 'every export' 0 'every function was called' "$programs/windows_every_export.exe" COM33
 

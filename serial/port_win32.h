@@ -11,7 +11,7 @@
 #include "serial/interrupt.h"
 
 struct PclSerialPort {
-    HANDLE handle = INVALID_HANDLE_VALUE;
+    HANDLE handle = INVALID_HANDLE_VALUE;    ///< open for overlapped operations
     const PclInterrupt *interrupt = nullptr; ///< ends reads, when there is one
 };
 

@@ -71,6 +71,59 @@ int setTimeouts(HANDLE handle, std::uint8_t tenths) {
     return lastErrorUnless(SetCommTimeouts(handle, &timeouts));
 }
 
+/// An event of the system, or none when it has none to spare.
+class Event {
+public:
+    Event() : m_handle(CreateEventA(nullptr, TRUE, FALSE, nullptr)) {}
+    ~Event() {
+        if (m_handle != nullptr) {
+            CloseHandle(m_handle);
+        }
+    }
+    Event(const Event &) = delete;
+    Event &operator=(const Event &) = delete;
+
+    HANDLE get() const { return m_handle; }
+
+private:
+    HANDLE m_handle;
+};
+
+struct Transfer {
+    DWORD count;
+    DWORD error; ///< of the system, or 0
+};
+
+/// Starts an operation and waits for its end. The event of an interrupt, if there is one, ends it
+/// sooner, with ERROR_OPERATION_ABORTED; what was transferred until then counts.
+template <typename Start>
+Transfer transfer(HANDLE handle, HANDLE interrupt, Start start) {
+    const Event event;
+    if (event.get() == nullptr) {
+        return {0, GetLastError()};
+    }
+    OVERLAPPED operation{};
+    operation.hEvent = event.get();
+    if (start(&operation) == FALSE && GetLastError() != ERROR_IO_PENDING) {
+        return {0, GetLastError()};
+    }
+    const std::array<HANDLE, 2> ends = {event.get(), interrupt};
+    if (interrupt != nullptr &&
+        WaitForMultipleObjects(2, ends.data(), FALSE, INFINITE) != WAIT_OBJECT_0) {
+        // This thread has no other operation on the handle.
+        CancelIo(handle);
+    }
+    Transfer done{0, 0};
+    if (GetOverlappedResult(handle, &operation, &done.count, TRUE) == FALSE) {
+        done.error = GetLastError();
+    }
+    return done;
+}
+
+HANDLE signalOf(const PclInterrupt *interrupt) {
+    return interrupt != nullptr ? reinterpret_cast<HANDLE>(interrupt->signal()) : nullptr;
+}
+
 /// As much of a count as one call of the system takes.
 DWORD portion(std::size_t count) {
     constexpr std::size_t MOST = std::numeric_limits<DWORD>::max();
@@ -84,8 +137,10 @@ PclPortOpened pcl_port_open(PclSerialPort &port, const char *name) {
     if (!formPath(path, name)) {
         return {PclPortOpening::MISSING, 0};
     }
+    // The system runs one operation at a time on a handle that is not overlapped: the byte of an
+    // abort would wait behind the read that it is to end.
     Device device(CreateFileA(path.data(), GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_EXISTING,
-                              FILE_ATTRIBUTE_NORMAL, nullptr));
+                              FILE_ATTRIBUTE_NORMAL | FILE_FLAG_OVERLAPPED, nullptr));
     if (device.get() == INVALID_HANDLE_VALUE) {
         return {refusal(GetLastError()), 0};
     }
@@ -154,35 +209,34 @@ int pcl_port_purge(PclSerialPort &port, std::int32_t type) {
 int pcl_port_write(PclSerialPort &port, const void *data, std::size_t count) {
     const auto *next = static_cast<const std::uint8_t *>(data);
     while (count > 0) {
-        DWORD written = 0;
-        if (WriteFile(port.handle, next, portion(count), &written, nullptr) == FALSE) {
-            return static_cast<int>(GetLastError());
+        const Transfer written = transfer(port.handle, nullptr, [&](OVERLAPPED *operation) {
+            return WriteFile(port.handle, next, portion(count), nullptr, operation);
+        });
+        if (written.error != 0) {
+            return static_cast<int>(written.error);
         }
         // A driver that waits for ever and still takes nothing never will take more.
-        if (written == 0) {
+        if (written.count == 0) {
             return ERROR_WRITE_FAULT;
         }
-        next += written;
-        count -= written;
+        next += written.count;
+        count -= written.count;
     }
     return 0;
 }
 
-/// One call of the system for the whole read, so that it has one deadline: the call comes back when
-/// the count is there or the time is over.
+/// One operation of the system for the whole read, so that it has one deadline: it ends when the
+/// count is there or the time is over.
 PclPortRead pcl_port_read(PclSerialPort &port, void *buffer, std::size_t count) {
     if (port.interrupt != nullptr && port.interrupt->isRaised()) {
         return {0, ERROR_OPERATION_ABORTED};
     }
-    DWORD got = 0;
-    if (ReadFile(port.handle, buffer, portion(count), &got, nullptr) == FALSE) {
-        const DWORD error = GetLastError();
-        // Some systems report the end of the waiting as an error, others as success.
-        if (error != ERROR_TIMEOUT) {
-            return {got, static_cast<int>(error)};
-        }
-    }
-    return {got, 0};
+    const Transfer got =
+        transfer(port.handle, signalOf(port.interrupt), [&](OVERLAPPED *operation) {
+            return ReadFile(port.handle, buffer, portion(count), nullptr, operation);
+        });
+    // Some systems report the end of the waiting as an error, others as success.
+    return {got.count, got.error == ERROR_TIMEOUT ? 0 : static_cast<int>(got.error)};
 }
 
 int pcl_port_bytes_available(const PclSerialPort &port, std::uint32_t &available) {

@@ -6,17 +6,19 @@ static const BYTE *at(HMODULE module, DWORD offset) {
     return (const BYTE *)module + offset;
 }
 
-static BOOL put(ULONG_PTR *place, FARPROC other) {
+static FARPROC put(ULONG_PTR *place, FARPROC other) {
+    const ULONG_PTR before = *place;
     DWORD protection;
     if (!VirtualProtect(place, sizeof *place, PAGE_READWRITE, &protection)) {
-        return FALSE;
+        return NULL;
     }
     *place = (ULONG_PTR)other;
-    return VirtualProtect(place, sizeof *place, protection, &protection);
+    VirtualProtect(place, sizeof *place, protection, &protection);
+    return (FARPROC)before;
 }
 
-static BOOL replace_in(HMODULE module, const IMAGE_IMPORT_DESCRIPTOR *dll, const char *function,
-                       FARPROC other) {
+static FARPROC replace_in(HMODULE module, const IMAGE_IMPORT_DESCRIPTOR *dll, const char *function,
+                          FARPROC other) {
     const IMAGE_THUNK_DATA *name = (const IMAGE_THUNK_DATA *)at(module, dll->OriginalFirstThunk);
     IMAGE_THUNK_DATA *address = (IMAGE_THUNK_DATA *)at(module, dll->FirstThunk);
     for (; name->u1.AddressOfData != 0; ++name, ++address) {
@@ -28,18 +30,19 @@ static BOOL replace_in(HMODULE module, const IMAGE_IMPORT_DESCRIPTOR *dll, const
             }
         }
     }
-    return FALSE;
+    return NULL;
 }
 
-BOOL replace_import(HMODULE module, const char *function, FARPROC other) {
+FARPROC replace_import(HMODULE module, const char *function, FARPROC other) {
     const IMAGE_DOS_HEADER *start = (const IMAGE_DOS_HEADER *)module;
     const IMAGE_NT_HEADERS *headers = (const IMAGE_NT_HEADERS *)at(module, (DWORD)start->e_lfanew);
     const IMAGE_IMPORT_DESCRIPTOR *dll = (const IMAGE_IMPORT_DESCRIPTOR *)at(
         module, headers->OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_IMPORT].VirtualAddress);
     for (; dll->Name != 0; ++dll) {
-        if (replace_in(module, dll, function, other)) {
-            return TRUE;
+        const FARPROC before = replace_in(module, dll, function, other);
+        if (before != NULL) {
+            return before;
         }
     }
-    return FALSE;
+    return NULL;
 }

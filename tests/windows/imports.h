@@ -7,8 +7,17 @@
 #endif
 #include <windows.h>
 
+#ifdef __cplusplus
+extern "C" {
+#endif
+
 /* Every call that the module makes of the function now goes to the other one, which is given the
- * function's own arguments. False when the module does not import the function. */
-BOOL replace_import(HMODULE module, const char *function, FARPROC other);
+ * function's own arguments. Returns where they went before; null when the module does not import
+ * the function. */
+FARPROC replace_import(HMODULE module, const char *function, FARPROC other);
+
+#ifdef __cplusplus
+}
+#endif
 
 #endif

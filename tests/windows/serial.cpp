@@ -8,10 +8,12 @@
 #include "core/owned.h"
 #include "core/string_list.h"
 #include "serial/port_win32.h"
+#include "tests/windows/imports.h"
 
 #include <functional>
 #include <iostream>
 #include <string>
+#include <thread>
 
 namespace {
 
@@ -58,6 +60,42 @@ void checkNames() {
                   "[PCL_RESULT_FILE_NOT_FOUND] No such port: " + tooLong);
     expectFailure([&] { port = pcl_serial_open("NUL"); },
                   "[PCL_RESULT_IO_ERROR] Invalid serial port: NUL");
+    expect("nothing was opened", port == nullptr);
+}
+
+/// While it lives, a function of the system is another one for this program.
+class Replaced {
+public:
+    template <typename Function>
+    Replaced(const char *name, Function *other)
+        : m_name(name),
+          m_system(replace(reinterpret_cast<FARPROC>(reinterpret_cast<void (*)()>(other)))) {
+        expect(m_name + " is replaced", m_system != nullptr);
+    }
+    ~Replaced() { replace(m_system); }
+    Replaced(const Replaced &) = delete;
+    Replaced &operator=(const Replaced &) = delete;
+
+private:
+    FARPROC replace(FARPROC other) const {
+        return replace_import(GetModuleHandleA(nullptr), m_name.c_str(), other);
+    }
+
+    std::string m_name;
+    FARPROC m_system;
+};
+
+HANDLE WINAPI refuseToOpen(LPCSTR, DWORD, DWORD, SECURITY_ATTRIBUTES *, DWORD, DWORD, HANDLE) {
+    SetLastError(ERROR_ACCESS_DENIED);
+    return INVALID_HANDLE_VALUE;
+}
+
+// Wine lets a second process open the port.
+void checkBusyPort(const char *name) {
+    PclSerialPort *port = nullptr;
+    const Replaced open("CreateFileA", refuseToOpen);
+    expectFailure([&] { port = pcl_serial_open(name); },
+                  std::string("[PCL_RESULT_DEVICE_BUSY] Port is busy: ") + name);
     expect("nothing was opened", port == nullptr);
 }
 
@@ -111,13 +149,27 @@ void checkSettings(PclSerialPort *port) {
     expect("no XON/XOFF again", stateOf(port).fOutX == 0 && stateOf(port).fInX == 0);
 }
 
+DWORD timeOf(const std::function<void()> &call) {
+    const DWORD begin = GetTickCount();
+    call();
+    return GetTickCount() - begin;
+}
+
+// The device answers CAN with EOT.
+void checkEot(PclSerialPort *port) {
+    std::uint8_t answer = 0;
+    expectNone("a byte", [&] { pcl_serial_write_byte(port, 0x18); });
+    expectNone("its answer", [&] { answer = pcl_serial_read_byte(port); });
+    expect("EOT", answer == 0x04);
+}
+
 void checkWaits(PclSerialPort *port) {
     expectNone("half a second", [&] { pcl_serial_set_timeout(port, 5); });
     expectNone("purge", [&] { pcl_serial_purge(port, PCL_SERIAL_PURGE_BOTH); });
-    const DWORD begin = GetTickCount();
-    expectFailure([&] { pcl_serial_read_byte(port); },
-                  "[PCL_RESULT_TIMEOUT_ERROR] Timeout waiting for data");
-    const DWORD waited = GetTickCount() - begin;
+    const DWORD waited = timeOf([&] {
+        expectFailure([&] { pcl_serial_read_byte(port); },
+                      "[PCL_RESULT_TIMEOUT_ERROR] Timeout waiting for data");
+    });
     expect("waited " + std::to_string(waited) + " ms", waited >= 450 && waited < 2000);
     expectFailure([&] { pcl_serial_read_u16(port, 0); },
                   "[PCL_RESULT_TIMEOUT_ERROR] Timeout waiting for data");
@@ -128,18 +180,34 @@ void checkWaits(PclSerialPort *port) {
     std::uint32_t available = 1;
     expectNone("bytes available", [&] { available = pcl_serial_bytes_available(port); });
     expect("no bytes", available == 0);
-    // The device answers CAN with EOT.
-    expectNone("a byte", [&] { pcl_serial_write_byte(port, 0x18); });
-    std::uint8_t answer = 0;
-    expectNone("its answer", [&] { answer = pcl_serial_read_byte(port); });
-    expect("EOT", answer == 0x04);
+    checkEot(port);
     expectNone("another byte", [&] { pcl_serial_write_byte(port, 0x18); });
-    const DWORD asked = GetTickCount();
-    expectFailure([&] { pcl_serial_read_u16(port, 0); },
-                  "[PCL_RESULT_TIMEOUT_ERROR] Timeout waiting for data");
-    const DWORD took = GetTickCount() - asked;
+    const DWORD took = timeOf([&] {
+        expectFailure([&] { pcl_serial_read_u16(port, 0); },
+                      "[PCL_RESULT_TIMEOUT_ERROR] Timeout waiting for data");
+    });
     expect("two bytes of which one comes: waited " + std::to_string(took) + " ms",
            took >= 450 && took < 900);
+}
+
+void checkInterrupt(PclSerialPort *port) {
+    const std::string ended =
+        "[PCL_RESULT_IO_ERROR] ReadFile() error: " + std::to_string(ERROR_OPERATION_ABORTED);
+    PclInterrupt interrupt;
+    expectNone("five seconds", [&] { pcl_serial_set_timeout(port, 50); });
+    expectNone("an interrupt", [&] { pcl_serial_set_interrupt(port, &interrupt); });
+    checkEot(port);
+    std::thread other([&] {
+        Sleep(300);
+        interrupt.raise();
+    });
+    const DWORD waited = timeOf([&] { expectFailure([&] { pcl_serial_read_byte(port); }, ended); });
+    other.join();
+    expect("ends a wait after " + std::to_string(waited) + " ms", waited >= 250 && waited < 1500);
+    const DWORD again = timeOf([&] { expectFailure([&] { pcl_serial_read_byte(port); }, ended); });
+    expect("and the next at once, " + std::to_string(again) + " ms", again < 100);
+    expectNone("no interrupt", [&] { pcl_serial_set_interrupt(port, nullptr); });
+    checkEot(port);
 }
 
 void checkList(const char *name) {
@@ -157,6 +225,7 @@ int main(int argc, char **argv) {
         return 2;
     }
     checkNames();
+    checkBusyPort(argv[1]);
     PclSerialPort *port = nullptr;
     expectNone("open", [&] { port = pcl_serial_open(argv[1]); });
     if (port == nullptr) {
@@ -164,6 +233,7 @@ int main(int argc, char **argv) {
     }
     checkSettings(port);
     checkWaits(port);
+    checkInterrupt(port);
     checkList(argv[1]);
     expectNone("close", [&] { pcl_serial_close(&port); });
     expect("the port is null", port == nullptr);
