@@ -59,6 +59,34 @@ int getState(HANDLE handle, DCB &state) {
     return lastErrorUnless(GetCommState(handle, &state));
 }
 
+/// The line's own settings; all else is set as for a plain line of bytes, whatever the port's last
+/// user left there.
+DCB wholeState(const DCB &line) {
+    // The driver's buffer may be small, and takes no limit beyond its size.
+    constexpr WORD QUEUE_LIMIT = 128;
+    constexpr char XON = 0x11;
+    constexpr char XOFF = 0x13;
+    DCB state{};
+    state.DCBlength = sizeof state;
+    state.BaudRate = line.BaudRate;
+    state.ByteSize = line.ByteSize;
+    state.Parity = line.Parity;
+    state.StopBits = line.StopBits;
+    state.fBinary = 1;
+    state.fParity = line.Parity != NOPARITY ? 1 : 0;
+    state.fDtrControl = DTR_CONTROL_ENABLE;
+    state.fRtsControl = line.fRtsControl;
+    state.fOutxCtsFlow = line.fOutxCtsFlow;
+    state.fOutX = line.fOutX;
+    state.fInX = line.fInX;
+    state.fTXContinueOnXoff = 1;
+    state.XonLim = QUEUE_LIMIT;
+    state.XoffLim = QUEUE_LIMIT;
+    state.XonChar = XON;
+    state.XoffChar = XOFF;
+    return state;
+}
+
 int setTimeouts(HANDLE handle, std::uint8_t tenths) {
     const DWORD millis = tenths * DWORD{100} / pcl_serial_time_divisor();
     COMMTIMEOUTS timeouts{};
@@ -165,7 +193,7 @@ int pcl_port_get_line(const PclSerialPort &port, PclLine &line) {
 }
 
 int pcl_port_set_line(PclSerialPort &port, const PclLine &line) {
-    DCB state = line.state;
+    DCB state = wholeState(line.state);
     return lastErrorUnless(SetCommState(port.handle, &state));
 }
 

@@ -10,6 +10,7 @@
 #include "serial/port_win32.h"
 #include "tests/windows/imports.h"
 
+#include <cstring>
 #include <functional>
 #include <iostream>
 #include <string>
@@ -97,6 +98,61 @@ void checkBusyPort(const char *name) {
     expectFailure([&] { port = pcl_serial_open(name); },
                   std::string("[PCL_RESULT_DEVICE_BUSY] Port is busy: ") + name);
     expect("nothing was opened", port == nullptr);
+}
+
+DCB asked{};
+
+BOOL WINAPI getDirtyState(HANDLE, DCB *state) {
+    std::memset(state, 0xFF, sizeof *state);
+    return TRUE;
+}
+
+BOOL WINAPI keepState(HANDLE, DCB *state) {
+    asked = *state;
+    return TRUE;
+}
+
+// What the last user of the port has set is not what a session gets.
+void checkWholeState(PclSerialPort *port) {
+    const Replaced get("GetCommState", getDirtyState);
+    const Replaced set("SetCommState", keepState);
+    DCB plain{};
+    plain.DCBlength = sizeof plain;
+    plain.BaudRate = 19200;
+    plain.ByteSize = 8;
+    plain.Parity = NOPARITY;
+    plain.StopBits = ONESTOPBIT;
+    plain.fBinary = 1;
+    plain.fDtrControl = DTR_CONTROL_ENABLE;
+    plain.fRtsControl = RTS_CONTROL_ENABLE;
+    plain.fTXContinueOnXoff = 1;
+    plain.XonLim = 128;
+    plain.XoffLim = 128;
+    plain.XonChar = 0x11;
+    plain.XoffChar = 0x13;
+    const auto expectState = [&](const char *what, const PclSerialSettings &settings, DCB state) {
+        expectNone(what, [&] { pcl_serial_configure(port, &settings); });
+        expect(std::string("nothing but ") + what, std::memcmp(&asked, &state, sizeof state) == 0);
+    };
+    expectState("a plain line", {20, 19200, 8, 1, 0, 0}, plain);
+
+    DCB software = plain;
+    software.fOutX = 1;
+    software.fInX = 1;
+    expectState("software flow control", {20, 19200, 8, 1, 0, 1}, software);
+
+    DCB hardware = plain;
+    hardware.fOutxCtsFlow = 1;
+    hardware.fRtsControl = RTS_CONTROL_HANDSHAKE;
+    expectState("hardware flow control", {20, 19200, 8, 1, 0, 2}, hardware);
+
+    DCB even = plain;
+    even.BaudRate = 9600;
+    even.ByteSize = 7;
+    even.Parity = EVENPARITY;
+    even.fParity = 1;
+    even.StopBits = ONE5STOPBITS;
+    expectState("even parity", {20, 9600, 7, 3, 2, 0}, even);
 }
 
 void checkSettings(PclSerialPort *port) {
@@ -231,6 +287,7 @@ int main(int argc, char **argv) {
     if (port == nullptr) {
         return 1;
     }
+    checkWholeState(port);
     checkSettings(port);
     checkWaits(port);
     checkInterrupt(port);
