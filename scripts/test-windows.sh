@@ -147,6 +147,9 @@ drive_all() {
     start_device
     host 'no random numbers' randomness
     host 'abort of a waiting poll' abort
+    host 'loading and unloading' reload
+    start_device --scenario tests/windows/threads.scn
+    host 'threads' threads
     start_device --scenario examples/every_export.scn
     run 'every export' 0 'every function was called' "$programs/windows_every_export.exe" COM33
 

@@ -1,12 +1,10 @@
-/* A failure of each kind that needs no device, calls on threads that end, then a secure session on
- * the given port. usage: windows_host PORT */
+/* A failure of each kind that needs no device, then a secure session on the given port.
+ * usage: windows_host PORT */
 #include "tests/windows/check.h"
 
 #include <stdio.h>
 
-#include <windows.h>
-
-enum { PROMPT = 3, MAX_POLLS = 30, THREADS = 100 };
+enum { PROMPT = 3, MAX_POLLS = 30 };
 
 static void refuse(const char *port, const char *message) {
     check_number(message, PINPAD_FAILED, PP_Open(port, 0));
@@ -17,23 +15,6 @@ static void check_refusals(void) {
     check_number("close without a session", PINPAD_FAILED, PP_Close("BYE"));
     check_failure(PINPAD_ERROR_ILLEGAL_ARGUMENT, "[PCL_RESULT_ILLEGAL_ARGUMENT] 'pinpad' is NULL");
     refuse("COM77", "[PCL_RESULT_FILE_NOT_FOUND] No such port: COM77");
-}
-
-static DWORD WINAPI call_and_end(void *unused) {
-    (void)unused;
-    return (DWORD)PP_Close("BYE");
-}
-
-/* What the library keeps for a thread goes with it, and keeps neither it nor the process. */
-static void check_threads(void) {
-    for (int i = 0; i < THREADS; ++i) {
-        DWORD result = 0;
-        HANDLE thread = CreateThread(NULL, 0, call_and_end, NULL, 0, NULL);
-        check_number("end of a thread", WAIT_OBJECT_0, WaitForSingleObject(thread, 10000));
-        GetExitCodeThread(thread, &result);
-        check_number("close on a thread", PINPAD_FAILED, (int32_t)result);
-        CloseHandle(thread);
-    }
 }
 
 static void check_session(const char *port) {
@@ -60,7 +41,6 @@ int main(int argc, char **argv) {
     }
     pcl_exception_set_uncaught_handler(check_on_failure);
     check_refusals();
-    check_threads();
     check_session(argv[1]);
     return check_end();
 }
