@@ -57,13 +57,13 @@ run_tests() { # preset, more arguments of ctest
     preset=$1
     shift
     ctest --test-dir "build/$preset" --parallel "$parallel_tests" --output-on-failure \
-        --no-tests=error "$@" >"build/$preset/ctest.log" 2>&1 || {
+        --no-tests=error --output-junit ctest.xml "$@" >"build/$preset/ctest.log" 2>&1 || {
         grep -vE ' Passed |^ +Start ' "build/$preset/ctest.log" | tail -n 400
         echo "The tests of build/$preset failed." >&2
         exit 1
     }
     grep -E 'tests passed|Total Test time' "build/$preset/ctest.log"
-    scripts/list-skipped.sh "build/$preset" >>"$not_run"
+    scripts/list-skipped.py "build/$preset/ctest.xml" >>"$not_run"
 }
 
 install_browser() {
