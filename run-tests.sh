@@ -48,7 +48,7 @@ build() { # preset, more arguments of the build
     cmake --build --preset "$preset" -j "$jobs" "$@"
 }
 
-# Tells clang-tidy and others how each file is compiled, by itself, and makes what they include.
+# Tells clang-tidy and others how each file is compiled by itself.
 describe() {
     cmake --preset release -B build/lint -DPINPAD_BUILD_TESTS=ON -DPINPAD_UNITY=OFF >/dev/null
 }

@@ -1,6 +1,7 @@
 #!/bin/sh
 # Runs the demonstration and the tests as a newcomer does: in a bare Debian root of their own with
-# nothing but git, in a clone of what is committed here. As root; nothing is left behind. See `scripts/install-dependencies.sh fresh`.
+# nothing but git, in a clone of what is committed here. As root; nothing is left behind. Needs what
+# scripts/install-dependencies.sh fresh installs.
 set -eu
 cd "$(dirname "$0")/.."
 
@@ -14,9 +15,9 @@ fi
 . scripts/clean-root.sh
 make_clean_root
 inside_quietly apt-get install -y -q --no-install-recommends ca-certificates git
-git clone -q . "$root/root/pinpad"
+git clone -q . "$root/pinpad"
 
 echo '== ./run-demo.sh in a bare root'
-inside /root/pinpad/run-demo.sh
+inside /pinpad/run-demo.sh
 echo '== ./run-tests.sh in a bare root'
-inside /root/pinpad/run-tests.sh
+inside /pinpad/run-tests.sh
